@@ -1,0 +1,55 @@
+// A build project as read from a `.bvproj` file: its variables, file sets and
+// action tree. Loading checks every class, property and value against the
+// registered action classes and reports the first problem as
+// "file:line: message"; a loaded project's actions are created and hold their
+// stored properties.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "package/custom_bv_action.h"
+#include "package/variant.h"
+
+namespace brivant::host {
+
+class ActionRegistry;
+
+struct ProjectVariable {
+  std::string name;
+  Variant value;  // of the declared type
+  int line = 0;
+};
+
+struct FileSetDefinition {
+  std::string name;
+  std::string base_dir;
+  std::vector<std::string> includes;  // relative to base_dir; "**" matches any depth
+  std::vector<std::string> excludes;
+  int line = 0;
+};
+
+// One action of the tree with what the host keeps beside it.
+struct ActionNode {
+  std::unique_ptr<TCustomBVAction> action;
+  std::string title;  // defaults to the action's display name
+  bool enabled = true;
+  bool ignore_failure = false;
+  int line = 0;
+  std::vector<ActionNode> children;
+};
+
+struct Project {
+  std::string path;
+  std::vector<ProjectVariable> variables;
+  std::vector<FileSetDefinition> file_sets;
+  std::vector<ActionNode> actions;
+};
+
+// Reads and checks a project file. On failure returns false and sets *error
+// to "path:line: message" (line omitted when the file cannot be read at all).
+bool LoadProject(const std::string& path, const ActionRegistry& registry, Project* project,
+                 std::string* error);
+
+}  // namespace brivant::host

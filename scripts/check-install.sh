@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Installs a build into a scratch prefix and builds a third-party action
+# package against the installed contract, as a package author would.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build_dir=${1:-build-test}
+prefix=$(mktemp -d)
+trap 'rm -rf "$prefix"' EXIT
+cmake --install "$build_dir" --prefix "$prefix" >/dev/null
+cmake -S examples/third-party-package -B "$prefix/package-build" -G Ninja \
+  -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$prefix/package-build" >/dev/null
+BRIVANT_PACKAGE_PATH="$prefix/package-build:$prefix/lib/brivant" \
+  "$prefix/bin/brivant" list | grep -q $'\tTHelloAction\t'
+echo "install check: a package built against the installed contract loads"
