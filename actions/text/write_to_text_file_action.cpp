@@ -1,0 +1,195 @@
+#include "actions/text/write_to_text_file_action.h"
+
+#include "package/string_utils.h"
+#include "platform/file_system.h"
+
+namespace brivant {
+namespace {
+
+constexpr const char* kLineBreak = "\r\n";
+
+// The first "name.tempN" (extension replaced) that does not exist yet.
+std::string FreeTemporaryName(const std::string& path) {
+  for (int number = 0;; ++number) {
+    std::string candidate = ChangeFileExt(path, ".temp" + std::to_string(number));
+    if (!platform::FileExists(candidate) && !platform::DirectoryExists(candidate)) return candidate;
+  }
+}
+
+}  // namespace
+
+const EnumInfo& EnumTraits<TBVWriteToPos>::Info() {
+  static const EnumInfo info{"TBVWriteToPos", {"toStart", "toEnd"}};
+  return info;
+}
+
+const PropertyTable& TBVWriteToTextFileAction::Properties() {
+  using T = TBVWriteToTextFileAction;
+  static const PropertyTable table(
+      nullptr, {
+                   Property("FileName", &T::file_name_),
+                   Property("NewContent", &T::new_content_),
+                   Property("CreateIfNotExists", &T::create_if_not_exists_).Default("False"),
+                   Property("WriteToPosition", &T::write_to_position_).Default("toEnd"),
+                   Property("Unicode", &T::GetUnicode, &T::SetUnicode).NotStored().Default("False"),
+                   Property("IgnoreNoContent", &T::ignore_no_content_).Default("True"),
+                   Property("ExpandVariables", &T::expand_variables_).Default("True"),
+                   Property("Encoding", &T::encoding_).Default("0"),
+               });
+  return table;
+}
+
+void TBVWriteToTextFileAction::SetUnicode(bool unicode) {
+  if (unicode) encoding_ = etUTF16LE;
+}
+
+std::string TBVWriteToTextFileAction::GetFormattedDescription() const {
+  return GetActionName() + " [ " + ExtractFileName(file_name_) + " ]";
+}
+
+bool TBVWriteToTextFileAction::Validate(IBVActionValidationError& errors) {
+  if (!file_name_.empty()) return true;
+  // The create action's message, reused on purpose.
+  errors.AddError("File Name", "New filename has not been set", 0);
+  return false;
+}
+
+void TBVWriteToTextFileAction::GetHiddenProperties(TStrings& list) const {
+  TCustomBVAction::GetHiddenProperties(list);
+  list.push_back("Unicode");
+}
+
+void TBVWriteToTextFileAction::GetPropertyAlias(TStrings& list) const {
+  TCustomBVAction::GetPropertyAlias(list);
+  list.insert(list.end(), {"[Write to Text File]", "NewContent=New content",
+                           "CreateIfNotExists=Create file missing", "FileName=Filename",
+                           "WriteToPosition=Write Position"});
+}
+
+void TBVWriteToTextFileAction::GetPropertyHelp(TStrings& list) const {
+  TCustomBVAction::GetPropertyHelp(list);
+  list.insert(list.end(),
+              {"NewContent=This text will be written to the file.  Any variables used will be "
+               "expanded.",
+               "CreateIfNotExists=Create the file if it doesn't exist",
+               "FileName=The location and name of the file",
+               "WriteToPosition=Specify either Start or End to write the new content to"});
+}
+
+bool TBVWriteToTextFileAction::EncodingOfFile(const std::string& path, TEncodingType* encoding,
+                                              bool* empty) {
+  TextFileResult<std::string> prefix_bytes = [&]() -> TextFileResult<std::string> {
+    platform::OsResult<std::string> prefix = platform::ReadFilePrefix(path, kEncodingDetectionBytes);
+    if (!prefix.IsOk()) return TextFileError{path, prefix.Error().message, prefix.Error().code};
+    return std::move(prefix).Value();
+  }();
+  if (!prefix_bytes.IsOk()) {
+    SendMessage("Could not read text file " + path + ": " + prefix_bytes.Error().message, stError);
+    return false;
+  }
+  *empty = prefix_bytes.Value().empty();
+  *encoding = *empty ? EffectiveEncoding(encoding_) : DetectEncoding(prefix_bytes.Value());
+  return true;
+}
+
+bool TBVWriteToTextFileAction::Append(const std::string& path, const std::string& content) {
+  TEncodingType encoding = etAnsi;
+  bool empty = false;
+  if (!EncodingOfFile(path, &encoding, &empty)) return false;
+  std::string text = empty ? content : kLineBreak + content;
+  if (TextFileError error = AppendText(path, text, encoding)) {
+    SendMessage("Could not open target file for writing : " + path, stError);
+    SendMessage("Error reason: " + error.message, stError);
+    return false;
+  }
+  return true;
+}
+
+bool TBVWriteToTextFileAction::Prepend(const std::string& path, const std::string& content) {
+  TEncodingType encoding = etAnsi;
+  bool empty = false;
+  if (!EncodingOfFile(path, &encoding, &empty)) return false;
+  TextFileResult<std::string> new_text = EncodeText(content, encoding, /*with_bom=*/true);
+  if (!new_text.IsOk()) {
+    SendMessage("Could not open target file for writing : " + path, stError);
+    SendMessage("Error reason: " + new_text.Error().message, stError);
+    return false;
+  }
+
+  std::string temporary = FreeTemporaryName(path);
+  if (platform::OsError error =
+          platform::RenameFile(path, temporary, platform::IfTargetExists::kFail)) {
+    SendMessage("Could not create temporary file when writing file. " + error.message, stError);
+    return false;
+  }
+  // The old bytes follow the new text unchanged, so nothing of them is lost
+  // to a decoding round trip.
+  platform::OsResult<std::string> old_bytes = platform::ReadFile(temporary);
+  bool written = false;
+  if (old_bytes.IsOk()) {
+    std::string bytes = new_text.Value();
+    std::string_view old_text = old_bytes.Value();
+    old_text.remove_prefix(ByteOrderMark(DetectEncoding(old_text)).size());
+    if (!old_text.empty()) {
+      TextFileResult<std::string> line_break = EncodeText(kLineBreak, encoding, false);
+      bytes += line_break.Value();
+      bytes += old_text;
+    }
+    platform::OsError error =
+        platform::WriteFileAtomically(path, bytes, platform::IfTargetExists::kFail);
+    written = !error;
+    if (error) {
+      SendMessage("Could not open target file for writing : " + path, stError);
+      SendMessage("Error reason: " + error.message, stError);
+    }
+  } else {
+    SendMessage("Could not read text file " + temporary + ": " + old_bytes.Error().message,
+                stError);
+  }
+  if (platform::FileExists(temporary)) {
+    if (platform::FileExists(path)) {
+      (void)platform::DeleteFile(temporary);
+    } else if (platform::OsError error =
+                   platform::RenameFile(temporary, path, platform::IfTargetExists::kFail)) {
+      SendMessage("Could not restore " + path + " from " + temporary + ": " + error.message,
+                  stError);
+    }
+  }
+  return written;
+}
+
+bool TBVWriteToTextFileAction::Execute() {
+  std::string path;
+  if (!TryExpandExpression("File location", file_name_, path, true)) return false;
+  path = Trim(path);
+  std::string content = new_content_;
+  if (expand_variables_ && !TryExpandExpression("Content", new_content_, content, false))
+    return false;
+  if (content.empty()) {
+    SendMessage("Nothing to write", ignore_no_content_ ? stWarning : stError);
+    return ignore_no_content_;
+  }
+
+  bool at_end = write_to_position_ != toStart;
+  if (!platform::FileExists(path)) {
+    if (!create_if_not_exists_) {
+      SendMessage("ERROR - File doesn't exist: " + path, stError);
+      return false;
+    }
+    SendMessage("New file will be created because it currently does not exist", stInfo);
+    if (TextFileError error = TFileWriter::SaveToFile(path, content, fwmCreateNew,
+                                                      EffectiveEncoding(encoding_))) {
+      SendMessage("Could not open target file for writing : " + path, stError);
+      SendMessage("Error reason: " + error.message, stError);
+      return false;
+    }
+  } else if (!(at_end ? Append(path, content) : Prepend(path, content))) {
+    return false;
+  }
+  SendMessage("Written new content to " + std::string(at_end ? "end" : "beginning") +
+                  " of text file " + path,
+              stSuccess);
+  return true;
+}
+
+}  // namespace brivant
