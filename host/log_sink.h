@@ -1,0 +1,55 @@
+// Where the build log goes. The runner reports every event of a build to one
+// LogSink, which writes it in one of the formats users pick with --log: text
+// for people at a terminal, GitHub's workflow commands, or one JSON object per
+// line for tools.
+//
+// Events arrive in build order from the build thread only: action starts and
+// ends nest (a container's end follows its children's), message groups nest
+// inside an action, and BuildEnd comes last. Sinks buffer through their
+// ostream; Flush pushes what they wrote to its destination.
+#pragma once
+
+#include <iosfwd>
+#include <memory>
+#include <string_view>
+
+#include "package/status_tag.h"
+
+namespace brivant::host {
+
+enum class LogFormat { kText, kJson, kGithub };
+
+// How the text formats decorate their output; the JSON format ignores it.
+struct TerminalStyle {
+  bool color = false;          // ANSI colours for status and headers
+  bool live_progress = false;  // progress as a bar redrawn in place; off: no progress at all
+  int columns = 80;            // the width the progress bar must fit into
+};
+
+class LogSink {
+ public:
+  virtual ~LogSink() = default;
+
+  virtual void ActionStart(std::string_view class_name, std::string_view title,
+                           std::string_view description) = 0;
+  // `success` is the action's own result. `failure_ignored` says that it
+  // failed and IgnoreFailure lets the build go on.
+  virtual void ActionEnd(std::string_view class_name, std::string_view title, bool success,
+                         bool failure_ignored) = 0;
+  // `text` may hold line breaks; it stays one message.
+  virtual void Message(TStatusTag tag, std::string_view text) = 0;
+  virtual void GroupStart(std::string_view title) = 0;
+  virtual void GroupEnd(TStatusTag tag) = 0;
+  // percent is 0..100; values outside are clamped.
+  virtual void Progress(std::string_view text, int percent) = 0;
+  virtual void ValidationError(std::string_view title, std::string_view property,
+                               std::string_view message) = 0;
+  virtual void BuildEnd(bool success) = 0;
+  virtual void Flush() = 0;
+};
+
+// A sink of `format` writing to `out`, which must outlive it.
+std::unique_ptr<LogSink> MakeLogSink(LogFormat format, std::ostream& out,
+                                     const TerminalStyle& style);
+
+}  // namespace brivant::host
