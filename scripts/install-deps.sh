@@ -3,7 +3,7 @@
 set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config
-  libpugixml-dev libcli11-dev libfmt-dev
+  libpugixml-dev libcli11-dev libfmt-dev duktape-dev
   libgtest-dev libgmock-dev libbenchmark-dev
 )
 missing=()
