@@ -1,0 +1,141 @@
+// brivant: the command-line build runner. Loads the action packages, then
+// runs one command; see commands.h for what each prints and returns.
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <map>
+
+#include "cli/commands.h"
+#include "host/action_registry.h"
+#include "host/package_loader.h"
+
+namespace brivant::cli {
+
+void PrintError(const std::string& message) { std::cerr << "brivant: " << message << '\n'; }
+
+namespace {
+
+// Everything any command reads from the command line.
+struct CommandLine {
+  RunArguments run;
+  std::string log_format = "text";
+  bool no_color = false;
+  std::string project_path;
+  std::string category;
+  std::string class_name;
+};
+
+const std::map<std::string, host::LogFormat> kLogFormats = {
+    {"text", host::LogFormat::kText},
+    {"json", host::LogFormat::kJson},
+    {"github", host::LogFormat::kGithub},
+};
+
+void AddProjectArgument(CLI::App* command, std::string* path) {
+  command->add_option("PROJECT", *path, "The project file (.bvproj).")
+      ->type_name("FILE")
+      ->required();
+}
+
+void AddRunOptions(CLI::App* command, CommandLine* line) {
+  AddProjectArgument(command, &line->run.path);
+  command->add_option("-D", line->run.defines, "Set a variable (a String one if undeclared).")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
+  command->add_option("--log", line->log_format, "Log format: text (the default), json or github.")
+      ->type_name("FORMAT")
+      ->check(CLI::IsMember({"text", "json", "github"}).description(""));
+  command->add_flag("--no-color", line->no_color, "Never colour the text log.");
+}
+
+int Run(const host::ActionRegistry& registry, CommandLine& line) {
+  line.run.format = kLogFormats.at(line.log_format);
+  line.run.color = !line.no_color;
+  return RunProjectFile(registry, line.run);
+}
+
+// The one list of commands: it builds the parser, the help and the dispatch.
+struct Command {
+  const char* name;
+  const char* help;
+  void (*add_arguments)(CLI::App* command, CommandLine* line);
+  int (*execute)(const host::ActionRegistry& registry, CommandLine& line);
+};
+
+const Command kCommands[] = {
+    {"run", "Validate a project, then run its actions.", AddRunOptions, Run},
+    {"validate", "Check every enabled action of a project; one line per problem.",
+     [](CLI::App* command, CommandLine* line) { AddProjectArgument(command, &line->project_path); },
+     [](const host::ActionRegistry& registry, CommandLine& line) {
+       return ValidateProjectFile(registry, line.project_path);
+     }},
+    {"list", "List the registered actions: category, class, display name, help file.",
+     [](CLI::App* command, CommandLine* line) {
+       command->add_option("--category", line->category, "Only the actions of this category.");
+     },
+     [](const host::ActionRegistry& registry, CommandLine& line) {
+       return ListActions(registry, line.category);
+     }},
+    {"props",
+     "List an action class's published properties: name, type, default, flags, display text, "
+     "help.",
+     [](CLI::App* command, CommandLine* line) {
+       command->add_option("CLASS", line->class_name, "The action class (TCopyFilesAction).")
+           ->type_name("NAME")
+           ->required();
+     },
+     [](const host::ActionRegistry& registry, CommandLine& line) {
+       return PrintProperties(registry, line.class_name);
+     }},
+    {"describe", "Print a project's action tree with each action's description.",
+     [](CLI::App* command, CommandLine* line) { AddProjectArgument(command, &line->project_path); },
+     [](const host::ActionRegistry& registry, CommandLine& line) {
+       return DescribeProjectFile(registry, line.project_path);
+     }},
+};
+
+void LoadAllPackages(host::ActionRegistry& registry) {
+  std::vector<std::string> directories = host::PackageDirectories();
+  host::PackageLoadResult result = host::LoadPackages(directories, registry);
+  for (const std::string& problem : result.problems) PrintError("warning: " + problem);
+  if (!result.loaded.empty()) return;
+  std::string searched;
+  for (const std::string& directory : directories)
+    searched += (searched.empty() ? "" : ":") + directory;
+  PrintError("warning: no action packages found in " + searched +
+             " (BRIVANT_PACKAGE_PATH overrides)");
+}
+
+int Main(int argc, char** argv) {
+  CLI::App app("Runs build projects made of actions.", "brivant");
+  app.set_version_flag("--version", "brivant " BRIVANT_VERSION);
+  app.require_subcommand(1);
+  CommandLine line;
+  std::vector<std::pair<CLI::App*, const Command*>> parsers;
+  for (const Command& command : kCommands) {
+    CLI::App* parser = app.add_subcommand(command.name, command.help);
+    command.add_arguments(parser, &line);
+    parsers.emplace_back(parser, &command);
+  }
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    // Help and --version arrive as "errors" with status 0; CLI11 prints them.
+    if (error.get_exit_code() == 0) return app.exit(error);
+    PrintError(error.what());
+    std::cerr << "Run 'brivant --help' for usage.\n";
+    return kExitUsage;
+  }
+
+  host::ActionRegistry registry;
+  LoadAllPackages(registry);
+  for (const auto& [parser, command] : parsers) {
+    if (parser->parsed()) return command->execute(registry, line);
+  }
+  return kExitUsage;
+}
+
+}  // namespace
+}  // namespace brivant::cli
+
+int main(int argc, char** argv) { return brivant::cli::Main(argc, argv); }

@@ -1,0 +1,94 @@
+// `brivant validate`, `brivant describe` and `brivant run`: the commands that
+// read a project file.
+#include <exception>
+#include <iostream>
+
+#include "cli/commands.h"
+#include "host/action_registry.h"
+#include "host/build_runner.h"
+#include "host/project.h"
+#include "host/validation.h"
+
+namespace brivant::cli {
+namespace {
+
+// A project that cannot be loaded is a usage error, as the message already
+// names the file and line.
+bool Load(const host::ActionRegistry& registry, const std::string& path, host::Project* project) {
+  std::string error;
+  if (host::LoadProject(path, registry, project, &error)) return true;
+  PrintError(error);
+  return false;
+}
+
+// The tree shows one line per action, so a description that spans lines is
+// joined.
+std::string OneLine(std::string text) {
+  for (char& c : text) {
+    if (c == '\n' || c == '\r') c = ' ';
+  }
+  return text;
+}
+
+std::string DescriptionOf(const TCustomBVAction& action) {
+  // A description is computed from stored properties and must not need a
+  // running build; an action that disagrees still gets its name shown.
+  try {
+    return OneLine(action.GetFormattedDescription());
+  } catch (const std::exception&) {
+    return action.GetActionName();
+  }
+}
+
+void DescribeNodes(const std::vector<host::ActionNode>& nodes, int depth) {
+  for (const host::ActionNode& node : nodes) {
+    std::string line(static_cast<size_t>(depth) * 2, ' ');
+    if (!node.enabled) line += "(disabled) ";
+    if (node.title != node.action->GetActionName()) line += node.title + ": ";
+    line += DescriptionOf(*node.action);
+    std::cout << line << '\n';
+    DescribeNodes(node.children, depth + 1);
+  }
+}
+
+}  // namespace
+
+int ValidateProjectFile(const host::ActionRegistry& registry, const std::string& path) {
+  host::Project project;
+  if (!Load(registry, path, &project)) return kExitUsage;
+  std::vector<host::ValidationProblem> problems = host::ValidateProject(project);
+  for (const host::ValidationProblem& problem : problems) {
+    std::cout << problem.action_title << ": ";
+    if (!problem.property_title.empty()) std::cout << problem.property_title << ": ";
+    std::cout << problem.message << '\n';
+  }
+  if (!problems.empty()) return kExitFailure;
+  std::cout << "no problems\n";
+  return kExitSuccess;
+}
+
+int DescribeProjectFile(const host::ActionRegistry& registry, const std::string& path) {
+  host::Project project;
+  if (!Load(registry, path, &project)) return kExitUsage;
+  DescribeNodes(project.actions, 0);
+  return kExitSuccess;
+}
+
+int RunProjectFile(const host::ActionRegistry& registry, const RunArguments& arguments) {
+  host::RunOptions options;
+  options.format = arguments.format;
+  options.color = arguments.color;
+  for (const std::string& define : arguments.defines) {
+    size_t equals = define.find('=');
+    if (equals == std::string::npos || equals == 0) {
+      PrintError("-D expects NAME=VALUE, got '" + define + "'");
+      return kExitUsage;
+    }
+    options.defines.emplace_back(define.substr(0, equals), define.substr(equals + 1));
+  }
+  host::Project project;
+  if (!Load(registry, arguments.path, &project)) return kExitUsage;
+  return host::RunProject(project, options);
+}
+
+}  // namespace brivant::cli

@@ -1,0 +1,280 @@
+// End-to-end tests of the `brivant` executable: each test runs the real
+// binary in a shell and checks its exit status, standard output and standard
+// error. Most use the test package (its texts are predictable); a few use
+// the real package found beside the binary.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "tests/support/test_host.h"
+
+namespace brivant {
+namespace {
+
+constexpr const char* kBrivant = BRIVANT_EXE;
+constexpr const char* kTestPackageDir = BRIVANT_TEST_PACKAGE_DIR;
+
+struct Outcome {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+
+std::string Quoted(const std::string& text) { return "'" + text + "'"; }
+
+class CliTest : public ::testing::Test {
+ protected:
+  // Runs `brivant <arguments>` in the temporary directory. `environment` is
+  // put in front of the command as the shell reads it. The shell writes the
+  // exit status to a file, so standard output stays exactly brivant's.
+  Outcome Brivant(const std::string& arguments, const std::string& environment) {
+    std::string err_file = temp_.Join("stderr.txt");
+    std::string status_file = temp_.Join("status.txt");
+    std::string command = "cd " + Quoted(temp_.path()) + " && " + environment + " " +
+                          Quoted(kBrivant) + " " + arguments + " 2>" + Quoted(err_file) +
+                          "; echo $? >" + Quoted(status_file);
+    Outcome outcome;
+    FILE* pipe = ::popen(command.c_str(), "r");
+    if (pipe == nullptr) {
+      ADD_FAILURE() << "cannot start the shell";
+      return outcome;
+    }
+    char buffer[4096];
+    size_t got = 0;
+    while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) outcome.out.append(buffer, got);
+    ::pclose(pipe);
+    outcome.status = std::stoi(testing::ReadBytes(status_file));
+    outcome.err = testing::ReadBytes(err_file);
+    return outcome;
+  }
+
+  // With only the test package loaded.
+  Outcome WithTestPackage(const std::string& arguments) {
+    return Brivant(arguments, "NO_COLOR=1 BRIVANT_PACKAGE_PATH=" + Quoted(kTestPackageDir));
+  }
+
+  // With the packages found beside the binary.
+  Outcome WithRealPackages(const std::string& arguments) {
+    return Brivant(arguments, "env -u BRIVANT_PACKAGE_PATH");
+  }
+
+  std::string WriteProject(const std::string& text) {
+    testing::WriteBytes(temp_.Join("p.bvproj"), text);
+    return "p.bvproj";
+  }
+
+  testing::ScopedTempDir temp_;
+};
+
+const char kEchoProject[] = R"(<Project>
+  <Variables>
+    <Variable Name="WHO" Value="world"/>
+  </Variables>
+  <Actions>
+    <Action Class="TTestEchoAction">
+      <Property Name="Text">hello %WHO%</Property>
+    </Action>
+    <Action Class="TTestEchoAction" Title="Shout" Enabled="False">
+      <Property Name="Tone">ttLoud</Property>
+    </Action>
+    <Action Class="TTestRepeatAction" Title="Twice">
+      <Actions>
+        <Action Class="TTestEchoAction" Title="Inner">
+          <Property Name="Text">again</Property>
+        </Action>
+      </Actions>
+    </Action>
+  </Actions>
+</Project>
+)";
+
+TEST_F(CliTest, ListPrintsOneTabSeparatedLinePerAction) {
+  Outcome outcome = WithTestPackage("list");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out,
+            "Testing\tTTestEchoAction\tEcho Text\tPlugins\\EchoText.html\n"
+            "Loops\tTTestRepeatAction\tRepeat\t\n");
+  EXPECT_EQ(outcome.err, "");
+}
+
+TEST_F(CliTest, ListFiltersByCategory) {
+  Outcome outcome = WithTestPackage("list --category loops");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "Loops\tTTestRepeatAction\tRepeat\t\n");
+
+  outcome = WithTestPackage("list --category Loop");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(outcome.err, "brivant: unknown category 'Loop' (did you mean 'Loops'?)\n");
+}
+
+TEST_F(CliTest, PropsPrintsEveryPublishedProperty) {
+  Outcome outcome = WithTestPackage("props TTestEchoAction");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_EQ(outcome.out,
+            "Text\tstring\thello\tstored\tText To Echo\tThe text written to the log\n"
+            "Repeat\tInteger\t1\tstored\tRepeat Count\tHow many times the text is written\n"
+            "Tone\tTTestTone (ttCalm, ttLoud)\tttCalm\tstored\tTone\t\n"
+            "Channels\tset of TTestChannel (tcLog, tcVariable)\ttcLog\tstored\t\t\n"
+            "Lines\tTStrings\t\tstored\tExtra Lines\t\n"
+            "Message\tstring\thello\tnot stored\t\t\n"
+            "LinesWritten\tInteger\t0\tstored,read-only,hidden\t\t\n");
+
+  outcome = WithTestPackage("props TTestRepeatAction");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out,
+            "BVVariable\tTVariableName\t\tstored,hidden\t\t\n"
+            "Count\tInteger\t2\tstored\t\t\n");
+}
+
+TEST_F(CliTest, PropsOfAnUnknownClassSuggestsOne) {
+  Outcome outcome = WithTestPackage("props TTestEchoActon");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(outcome.err,
+            "brivant: unknown action class 'TTestEchoActon' (did you mean 'TTestEchoAction'?)\n");
+}
+
+TEST_F(CliTest, DescribePrintsTheIndentedTree) {
+  Outcome outcome = WithTestPackage("describe " + WriteProject(kEchoProject));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_EQ(outcome.out,
+            "Echo Text [ hello %WHO% ]\n"
+            "(disabled) Shout: Echo Text [ hello ]\n"
+            "Twice: Repeat [ 2 times ]\n"
+            "  Inner: Echo Text [ again ]\n");
+}
+
+TEST_F(CliTest, ValidateListsProblemsOfEnabledActions) {
+  std::string project = WriteProject(R"(<Project><Actions>
+    <Action Class="TTestEchoAction" Title="Say nothing"><Property Name="Text"></Property></Action>
+    <Action Class="TTestEchoAction" Enabled="False"><Property Name="Text"/></Action>
+    <Action Class="TTestRepeatAction"><Actions>
+      <Action Class="TTestEchoAction"><Property Name="Text"/></Action>
+    </Actions></Action>
+  </Actions></Project>)");
+  Outcome outcome = WithTestPackage("validate " + project);
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_EQ(outcome.out,
+            "Say nothing: Text To Echo: The text has not been set\n"
+            "Echo Text: Text To Echo: The text has not been set\n");
+}
+
+TEST_F(CliTest, ValidateOfAGoodProjectSaysSo) {
+  Outcome outcome = WithTestPackage("validate " + WriteProject(kEchoProject));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "no problems\n");
+}
+
+TEST_F(CliTest, InvalidProjectIsAUsageErrorNamingFileAndLine) {
+  std::string project = WriteProject(
+      "<Project>\n<Actions>\n<Action Class=\"TTestEchoAction\">\n"
+      "<Property Name=\"Txt\">x</Property>\n</Action>\n</Actions>\n</Project>\n");
+  const std::string expected =
+      "brivant: p.bvproj:4: unknown property 'Txt' of TTestEchoAction (did you mean 'Text'?)\n";
+  for (const char* command : {"validate", "describe", "run"}) {
+    SCOPED_TRACE(command);
+    Outcome outcome = WithTestPackage(std::string(command) + " " + project);
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, expected);
+  }
+}
+
+TEST_F(CliTest, MissingProjectIsAUsageError) {
+  Outcome outcome = WithTestPackage("describe nothing.bvproj");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.err, "brivant: nothing.bvproj: No such file or directory\n");
+}
+
+TEST_F(CliTest, UsageErrorsExitWithTwo) {
+  WriteProject(kEchoProject);
+  struct Case {
+    const char* label;
+    std::string arguments;
+    std::string error_start;  // the first line of standard error
+  };
+  const std::vector<Case> cases = {
+      {"no command", "", "brivant: A subcommand is required"},
+      {"unknown command", "frobnicate", "brivant: "},
+      {"run without a project", "run", "brivant: PROJECT is required"},
+      {"props without a class", "props", "brivant: CLASS is required"},
+      {"define without a value", "run p.bvproj -D WHO",
+       "brivant: -D expects NAME=VALUE, got 'WHO'"},
+      {"define without a name", "run p.bvproj -D =x", "brivant: -D expects NAME=VALUE, got '=x'"},
+      {"unknown log format", "run p.bvproj --log xml", "brivant: --log: "},
+      {"unknown option", "list --all", "brivant: "},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    Outcome outcome = WithTestPackage(c.arguments);
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err.substr(0, c.error_start.size()), c.error_start) << outcome.err;
+  }
+}
+
+TEST_F(CliTest, HelpAndVersionSucceed) {
+  Outcome outcome = WithTestPackage("--help");
+  EXPECT_EQ(outcome.status, 0);
+  for (const char* command : {"run", "validate", "list", "props", "describe"})
+    EXPECT_NE(outcome.out.find(std::string("  ") + command + " "), std::string::npos) << command;
+  outcome = WithTestPackage("--version");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out.substr(0, 8), "brivant ");
+}
+
+TEST_F(CliTest, NoPackagesIsAWarningNotAFailure) {
+  Outcome outcome = Brivant("list", "BRIVANT_PACKAGE_PATH=" + Quoted(temp_.path()));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(outcome.err, "brivant: warning: no action packages found in " + temp_.path() +
+                             " (BRIVANT_PACKAGE_PATH overrides)\n");
+}
+
+TEST_F(CliTest, RunLogsAsJsonAndAppliesDefines) {
+  Outcome outcome =
+      WithTestPackage("run " + WriteProject(kEchoProject) + " --log json -D WHO=there -D NEW=1");
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_NE(
+      outcome.out.find("{\"event\":\"message\",\"tag\":\"stInfo\",\"text\":\"hello there\"}\n"),
+      std::string::npos)
+      << outcome.out;
+  EXPECT_NE(outcome.out.find("{\"event\":\"message\",\"tag\":\"stInfo\",\"text\":\"again\"}\n"),
+            std::string::npos)
+      << outcome.out;
+  std::string last_line = "{\"event\":\"build-end\",\"success\":true}\n";
+  ASSERT_GE(outcome.out.size(), last_line.size());
+  EXPECT_EQ(outcome.out.substr(outcome.out.size() - last_line.size()), last_line);
+}
+
+TEST_F(CliTest, RunStopsWithOneWhenValidationFails) {
+  std::string project = WriteProject(
+      "<Project><Actions><Action Class=\"TTestEchoAction\"><Property Name=\"Text\"/>"
+      "</Action></Actions></Project>");
+  Outcome outcome = WithTestPackage("run " + project + " --log json");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.out.find("\"event\":\"action-start\""), std::string::npos) << outcome.out;
+  EXPECT_NE(outcome.out.find("{\"event\":\"build-end\",\"success\":false}"), std::string::npos)
+      << outcome.out;
+}
+
+TEST_F(CliTest, RealPackageIsFoundBesideTheBinary) {
+  Outcome outcome = WithRealPackages("list --category Misc");
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_NE(outcome.out.find("Misc\tTDateTimeAction\tGet DateTime\tPlugins\\GetDateTime.html\n"),
+            std::string::npos)
+      << outcome.out;
+  outcome = WithRealPackages("props TDateTimeActon");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.err,
+            "brivant: unknown action class 'TDateTimeActon' (did you mean 'TDateTimeAction'?)\n");
+}
+
+}  // namespace
+}  // namespace brivant
