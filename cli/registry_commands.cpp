@@ -10,19 +10,11 @@
 #include "host/spelling.h"
 #include "package/custom_bv_action.h"
 #include "package/property_table.h"
+#include "package/string_utils.h"
 
 namespace brivant::cli {
 namespace {
 
-bool SameNameIgnoringCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    if (std::tolower(static_cast<unsigned char>(a[i])) !=
-        std::tolower(static_cast<unsigned char>(b[i])))
-      return false;
-  }
-  return true;
-}
 
 // Tabs and line breaks would break a tab-separated line apart.
 std::string OneField(std::string_view text) {
@@ -71,7 +63,7 @@ std::string DefaultText(const PropertyInfo& info, const TCustomBVAction& instanc
 
 bool IsListed(const TStrings& names, std::string_view name) {
   for (const std::string& listed : names) {
-    if (SameNameIgnoringCase(listed, name)) return true;
+    if (SameText(listed, name)) return true;
   }
   return false;
 }
@@ -91,7 +83,7 @@ std::string LookUpText(const TStrings& lines, std::string_view name) {
     if (!line.empty() && line.front() == '[') continue;
     size_t equals = line.find('=');
     if (equals == std::string::npos) continue;
-    if (SameNameIgnoringCase(std::string_view(line).substr(0, equals), name))
+    if (SameText(std::string_view(line).substr(0, equals), name))
       text = line.substr(equals + 1);
   }
   return text;
@@ -105,14 +97,14 @@ int ListActions(const host::ActionRegistry& registry, const std::string& categor
     for (const host::RegisteredAction& action : registry.Actions())
       categories.push_back(action.category);
     bool known = false;
-    for (std::string_view name : categories) known = known || SameNameIgnoringCase(name, category);
+    for (std::string_view name : categories) known = known || SameText(name, category);
     if (!known) {
       PrintError("unknown category '" + category + "'" + host::DidYouMean(category, categories));
       return kExitUsage;
     }
   }
   for (const host::RegisteredAction& action : registry.Actions()) {
-    if (!category.empty() && !SameNameIgnoringCase(action.category, category)) continue;
+    if (!category.empty() && !SameText(action.category, category)) continue;
     std::unique_ptr<TCustomBVAction> instance = action.action_class->Create();
     std::cout << OneField(action.category) << '\t' << action.action_class->Name() << '\t'
               << OneField(instance->GetActionName()) << '\t'

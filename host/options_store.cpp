@@ -6,29 +6,14 @@
 #include <string_view>
 #include <vector>
 
+#include "package/string_utils.h"
 #include "platform/environment.h"
 #include "platform/file_system.h"
 
 namespace brivant::host {
 namespace {
 
-std::string_view Trimmed(std::string_view text) {
-  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front())))
-    text.remove_prefix(1);
-  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back())))
-    text.remove_suffix(1);
-  return text;
-}
 
-bool SameName(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    if (std::tolower(static_cast<unsigned char>(a[i])) !=
-        std::tolower(static_cast<unsigned char>(b[i])))
-      return false;
-  }
-  return true;
-}
 
 std::vector<std::string> SplitLines(const std::string& text) {
   std::vector<std::string> lines;
@@ -52,16 +37,16 @@ struct IniLine {
 };
 
 IniLine ClassifyLine(std::string_view line) {
-  std::string_view text = Trimmed(line);
+  std::string_view text = TrimView(line);
   if (text.empty() || text.front() == ';' || text.front() == '#') return {};
   if (text.front() == '[') {
     size_t close = text.find(']');
     if (close == std::string_view::npos) return {};
-    return {IniLine::kSection, Trimmed(text.substr(1, close - 1)), {}};
+    return {IniLine::kSection, TrimView(text.substr(1, close - 1)), {}};
   }
   size_t equals = text.find('=');
   if (equals == std::string_view::npos) return {};
-  return {IniLine::kValue, Trimmed(text.substr(0, equals)), Trimmed(text.substr(equals + 1))};
+  return {IniLine::kValue, TrimView(text.substr(0, equals)), TrimView(text.substr(equals + 1))};
 }
 
 // Where a key sits in the file, or would go.
@@ -80,7 +65,7 @@ KeyPosition FindKey(const std::vector<std::string>& lines, const std::string& se
     if (line.kind == IniLine::kSection) {
       // Only the first section of that name counts; a repeat is ignored.
       if (position.section_found && in_section) break;
-      in_section = !position.section_found && SameName(line.name, section);
+      in_section = !position.section_found && SameText(line.name, section);
       if (in_section) {
         position.section_found = true;
         position.insert_at = i + 1;
@@ -89,7 +74,7 @@ KeyPosition FindKey(const std::vector<std::string>& lines, const std::string& se
     }
     if (!in_section || line.kind != IniLine::kValue) continue;
     position.insert_at = i + 1;
-    if (SameName(line.name, key)) {
+    if (SameText(line.name, key)) {
       position.key_line = i;
       return position;
     }
@@ -157,7 +142,7 @@ bool IniOptionsStore::WriteString(const std::string& options_name, const std::st
     lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(position.insert_at),
                  key + "=" + value);
   } else {
-    if (!lines.empty() && !Trimmed(lines.back()).empty()) lines.emplace_back();
+    if (!lines.empty() && !TrimView(lines.back()).empty()) lines.emplace_back();
     lines.push_back("[" + options_name + "]");
     lines.push_back(key + "=" + value);
   }

@@ -10,6 +10,7 @@
 #include "host/file_set.h"
 #include "host/spelling.h"
 #include "package/property_table.h"
+#include "package/string_utils.h"
 #include "platform/file_system.h"
 
 namespace brivant::host {
@@ -30,13 +31,6 @@ const Names kActionChildren = {"Property", "Script", "Actions"};
 const Names kNameOnly = {"Name"};
 const Names kNothing = {};
 
-std::string_view Trimmed(std::string_view text) {
-  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front())))
-    text.remove_prefix(1);
-  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back())))
-    text.remove_suffix(1);
-  return text;
-}
 
 bool IsTextNode(const pugi::xml_node& node) {
   return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
@@ -146,7 +140,7 @@ class ProjectReader {
   bool CheckChild(const pugi::xml_node& parent, const pugi::xml_node& child, const Names& allowed) {
     if (IsTextNode(child)) {
       std::string_view value = child.value();
-      std::string_view text = Trimmed(value);
+      std::string_view text = TrimView(value);
       if (text.empty()) return true;
       // The node starts where its leading blanks do; name the text's own line.
       int line = LineAt(child.offset_debug() + (text.data() - value.data()));
@@ -190,7 +184,7 @@ class ProjectReader {
   bool RequireAttribute(const pugi::xml_node& element, const char* attribute_name,
                         std::string* value) {
     pugi::xml_attribute attribute = element.attribute(attribute_name);
-    *value = std::string(Trimmed(attribute.value()));
+    *value = std::string(TrimView(attribute.value()));
     if (!attribute)
       return Fail(element,
                   "<" + std::string(element.name()) + "> has no " + attribute_name + " attribute");
@@ -229,7 +223,7 @@ class ProjectReader {
     }
     VariantType type = VariantType::kString;
     if (pugi::xml_attribute type_attribute = element.attribute("Type")) {
-      std::string_view type_name = Trimmed(type_attribute.value());
+      std::string_view type_name = TrimView(type_attribute.value());
       if (!ParseVariantTypeName(type_name, &type))
         return Fail(element, "unknown variable type '" + std::string(type_name) + "'" +
                                  DidYouMean(type_name, {"String", "Integer", "Boolean", "Float"}));
@@ -263,7 +257,7 @@ class ProjectReader {
                                  "' declared twice (the first is at line " +
                                  std::to_string(earlier.line) + ")");
     }
-    file_set.base_dir = std::string(Trimmed(element.attribute("BaseDir").value()));
+    file_set.base_dir = std::string(TrimView(element.attribute("BaseDir").value()));
     for (const pugi::xml_node& child : element.children()) {
       if (!CheckChild(element, child, kFileSetChildren)) return false;
       if (!IsElement(child)) continue;
@@ -280,7 +274,7 @@ class ProjectReader {
 
   bool ReadPattern(const pugi::xml_node& element, std::string* pattern) {
     if (!CheckAttributes(element, kNothing) || !CheckNoElements(element)) return false;
-    *pattern = std::string(Trimmed(DirectText(element)));
+    *pattern = std::string(TrimView(DirectText(element)));
     if (pattern->empty())
       return Fail(element, "empty <" + std::string(element.name()) + "> pattern");
     std::string problem = CheckFilePattern(*pattern);
@@ -340,7 +334,7 @@ class ProjectReader {
     if (!ApplyProperties(properties, *node->action)) return false;
     node->action->Loaded();
     node->title = std::string(element.attribute("Title").value());
-    if (Trimmed(node->title).empty()) node->title = node->action->GetActionName();
+    if (TrimView(node->title).empty()) node->title = node->action->GetActionName();
     node->action->SetActionLogTitle(node->title);
     return true;
   }

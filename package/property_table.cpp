@@ -8,34 +8,17 @@
 #include <stdexcept>
 
 #include "package/date_time.h"
+#include "package/string_utils.h"
 #include "package/xml_object.h"
 
 namespace brivant {
 namespace {
 
-bool SameName(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    if (std::tolower(static_cast<unsigned char>(a[i])) !=
-        std::tolower(static_cast<unsigned char>(b[i])))
-      return false;
-  }
-  return true;
-}
 
-std::string_view Trimmed(std::string_view text) {
-  while (!text.empty() && (text.front() == ' ' || text.front() == '\t' || text.front() == '\n' ||
-                           text.front() == '\r'))
-    text.remove_prefix(1);
-  while (!text.empty() && (text.back() == ' ' || text.back() == '\t' || text.back() == '\n' ||
-                           text.back() == '\r'))
-    text.remove_suffix(1);
-  return text;
-}
 
 template <class T>
 bool ParseNumber(std::string_view text, T* value) {
-  text = Trimmed(text);
+  text = TrimView(text);
   if (!text.empty() && text.front() == '+') text.remove_prefix(1);
   int base = 10;
   if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
@@ -60,9 +43,9 @@ std::string ExpectedEnumValues(const EnumInfo& info) {
 }
 
 bool ParseEnumValue(const EnumInfo& info, std::string_view text, int64_t* ordinal) {
-  text = Trimmed(text);
+  text = TrimView(text);
   for (size_t i = 0; i < info.value_names.size(); ++i) {
-    if (SameName(text, info.value_names[i])) {
+    if (SameText(text, info.value_names[i])) {
       *ordinal = static_cast<int64_t>(i);
       return true;
     }
@@ -99,7 +82,7 @@ std::string FormatIsoDateTime(double value) {
 // Reads "YYYY-MM-DD" with an optional "THH:MM[:SS[.mmm]]" (a blank may stand
 // for the T).
 bool ParseIsoDateTime(std::string_view text, double* value) {
-  text = Trimmed(text);
+  text = TrimView(text);
   int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0, millisecond = 0;
   auto take = [&text](int digits, int* out) {
     if (text.size() < static_cast<size_t>(digits)) return false;
@@ -139,7 +122,7 @@ PropertyTable::PropertyTable(const PropertyTable* inherited, std::vector<Propert
   if (inherited != nullptr) {
     for (const PropertyInfo& row : inherited->Rows()) {
       bool drop = false;
-      for (std::string_view name : dropped) drop = drop || SameName(name, row.name);
+      for (std::string_view name : dropped) drop = drop || SameText(name, row.name);
       if (!drop) rows_.push_back(row);
     }
   }
@@ -151,7 +134,7 @@ PropertyTable::PropertyTable(const PropertyTable* inherited, std::vector<Propert
 
 const PropertyInfo* PropertyTable::Find(std::string_view name) const {
   for (const PropertyInfo& row : rows_) {
-    if (SameName(row.name, name)) return &row;
+    if (SameText(row.name, name)) return &row;
   }
   return nullptr;
 }
@@ -215,12 +198,12 @@ bool ParsePropertyValue(const PropertyInfo& info, std::string_view text, Propert
       *value = std::string(text);
       return true;
     case PropertyType::kBoolean: {
-      std::string_view t = Trimmed(text);
-      if (SameName(t, "true") || t == "1") {
+      std::string_view t = TrimView(text);
+      if (SameText(t, "true") || t == "1") {
         *value = true;
         return true;
       }
-      if (SameName(t, "false") || t == "0") {
+      if (SameText(t, "false") || t == "0") {
         *value = false;
         return true;
       }
@@ -241,7 +224,7 @@ bool ParsePropertyValue(const PropertyInfo& info, std::string_view text, Propert
     case PropertyType::kEnumeration: {
       int64_t ordinal = 0;
       if (!ParseEnumValue(*info.enum_info, text, &ordinal)) {
-        *error = "unknown value '" + std::string(Trimmed(text)) + "' of " +
+        *error = "unknown value '" + std::string(TrimView(text)) + "' of " +
                  std::string(info.enum_info->type_name) + " for " + std::string(info.name) +
                  ": expected " + ExpectedEnumValues(*info.enum_info);
         return false;
@@ -250,13 +233,13 @@ bool ParsePropertyValue(const PropertyInfo& info, std::string_view text, Propert
       return true;
     }
     case PropertyType::kSet: {
-      std::string_view rest = Trimmed(text);
+      std::string_view rest = TrimView(text);
       if (!rest.empty() && rest.front() == '[' && rest.back() == ']')
         rest = rest.substr(1, rest.size() - 2);
       int64_t bits = 0;
-      while (!Trimmed(rest).empty()) {
+      while (!TrimView(rest).empty()) {
         size_t comma = rest.find(',');
-        std::string_view item = Trimmed(rest.substr(0, comma));
+        std::string_view item = TrimView(rest.substr(0, comma));
         rest = comma == std::string_view::npos ? std::string_view() : rest.substr(comma + 1);
         int64_t ordinal = 0;
         if (!ParseEnumValue(*info.enum_info, item, &ordinal)) {
@@ -292,7 +275,7 @@ bool ParsePropertyValue(const PropertyInfo& info, std::string_view text, Propert
       return true;
     }
     case PropertyType::kFloat: {
-      std::string_view t = Trimmed(text);
+      std::string_view t = TrimView(text);
       double number = 0;
       auto [end, parse_error] = std::from_chars(t.data(), t.data() + t.size(), number);
       if (t.empty() || parse_error != std::errc() || end != t.data() + t.size() ||

@@ -28,6 +28,10 @@ std::string FloatToStr(double value);
 /// Without leading and trailing blanks and control characters (bytes up to ' ').
 std::string Trim(std::string_view text);
 
+/// `text` without leading and trailing blanks and control characters, as a
+/// view into `text`.
+std::string_view TrimView(std::string_view text);
+
 /// Equal when equal after ASCII upper-casing.
 bool SameText(std::string_view a, std::string_view b);
 

@@ -7,49 +7,37 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "package/string_utils.h"
+
 namespace brivant {
 namespace {
 
 constexpr std::array<std::string_view, 5> kTypeNames = {"", "String", "Integer", "Boolean",
                                                         "Float"};
 
-bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    if (std::tolower(static_cast<unsigned char>(a[i])) !=
-        std::tolower(static_cast<unsigned char>(b[i])))
-      return false;
-  }
-  return true;
-}
 
-std::string_view TrimBlanks(std::string_view text) {
-  while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
-  while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
-  return text;
-}
 
 bool ParseInteger(std::string_view text, int64_t* value) {
-  text = TrimBlanks(text);
+  text = TrimView(text);
   if (!text.empty() && text.front() == '+') text.remove_prefix(1);
   auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), *value);
   return !text.empty() && error == std::errc() && end == text.data() + text.size();
 }
 
 bool ParseFloat(std::string_view text, double* value) {
-  text = TrimBlanks(text);
+  text = TrimView(text);
   if (!text.empty() && text.front() == '+') text.remove_prefix(1);
   auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), *value);
   return !text.empty() && error == std::errc() && end == text.data() + text.size();
 }
 
 bool ParseBoolean(std::string_view text, bool* value) {
-  text = TrimBlanks(text);
-  if (EqualsIgnoringCase(text, "true") || text == "1") {
+  text = TrimView(text);
+  if (SameText(text, "true") || text == "1") {
     *value = true;
     return true;
   }
-  if (EqualsIgnoringCase(text, "false") || text == "0") {
+  if (SameText(text, "false") || text == "0") {
     *value = false;
     return true;
   }
@@ -70,7 +58,7 @@ std::string_view VariantTypeName(VariantType type) {
 
 bool ParseVariantTypeName(std::string_view name, VariantType* type) {
   for (size_t i = 1; i < kTypeNames.size(); ++i) {
-    if (EqualsIgnoringCase(name, kTypeNames[i])) {
+    if (SameText(name, kTypeNames[i])) {
       *type = static_cast<VariantType>(i);
       return true;
     }
