@@ -170,6 +170,8 @@ class TBVAction : public TCustomBVAction {
  public:
   static const PropertyTable& Properties();
   const PropertyTable& GetPropertyTable() const override { return Properties(); }
+  // Designer flags of the action type; the command-line host does not use them.
+  virtual int GetFlags() const { return 0; }
 };
 
 }  // namespace brivant
