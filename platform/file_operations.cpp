@@ -1,0 +1,426 @@
+#include "platform/file_operations.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <ctime>
+#include <memory>
+
+namespace brivant::platform {
+namespace {
+
+// Large enough that a big file costs few calls, small enough that progress
+// moves and a cancel is seen within a fraction of a second.
+constexpr size_t kCopyChunk = 8 << 20;
+// Only for the read/write fallback; most copies never allocate it.
+constexpr size_t kFallbackBuffer = 1 << 20;
+constexpr size_t kMaxTemporaryNameStem = 200;
+constexpr char kDosAttributeName[] = "user.DOSATTRIB";
+
+class Descriptor {
+ public:
+  explicit Descriptor(int fd) : fd_(fd) {}
+  ~Descriptor() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  int Get() const { return fd_; }
+  // close can report a deferred write failure (network file systems).
+  int Close() {
+    int result = ::close(fd_);
+    fd_ = -1;
+    return result == 0 ? 0 : errno;
+  }
+
+ private:
+  int fd_;
+};
+
+// The file a copy writes: the target itself when it did not exist, else a
+// temporary beside it. Removed on every exit unless committed.
+class PartialFile {
+ public:
+  PartialFile() = default;
+  ~PartialFile() {
+    if (!path_.empty()) ::unlink(path_.c_str());
+  }
+  PartialFile(const PartialFile&) = delete;
+  PartialFile& operator=(const PartialFile&) = delete;
+
+  // Creates `target` if it does not exist; returns the descriptor or -errno
+  // (-EEXIST for anything already there, a dangling link included).
+  int CreateTarget(const std::string& target, mode_t mode) {
+    int fd = ::open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    if (fd < 0) return -errno;
+    path_ = target;
+    return fd;
+  }
+
+  // Creates a fresh name beside `target`; returns the descriptor or -errno.
+  // A process-wide counter makes names unique among threads and the pid
+  // among processes; O_EXCL settles whatever is left.
+  int CreateBeside(const std::string& target, mode_t mode) {
+    static std::atomic<uint64_t> counter{0};
+    size_t slash = target.rfind('/');
+    std::string stem = target.substr(slash == std::string::npos ? 0 : slash + 1);
+    std::string directory = slash == std::string::npos ? "" : target.substr(0, slash + 1);
+    stem = "." + stem.substr(0, kMaxTemporaryNameStem) + ".copy-" + std::to_string(::getpid());
+    for (int attempt = 0; attempt < 100; ++attempt) {
+      std::string candidate = directory + stem + "-" + std::to_string(counter++);
+      int fd = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+      if (fd >= 0) {
+        path_ = std::move(candidate);
+        final_path_ = target;
+        return fd;
+      }
+      if (errno != EEXIST) return -errno;
+    }
+    return -EEXIST;
+  }
+
+  // Puts the finished copy in place; returns 0 or the errno of the rename.
+  int Commit() {
+    if (!final_path_.empty() && ::rename(path_.c_str(), final_path_.c_str()) != 0) return errno;
+    path_.clear();
+    return 0;
+  }
+
+ private:
+  std::string path_;
+  std::string final_path_;  // empty when path_ is the target itself
+};
+
+// Failures that say "this file system pair can't do copy_file_range", as
+// opposed to a failure of the copy itself.
+bool CopyRangeUnsupported(int code) {
+  return code == EXDEV || code == ENOSYS || code == EINVAL || code == EOPNOTSUPP;
+}
+
+// Which file a failed transfer is about: running out of room is the
+// target's, anything else is taken as the source's.
+const std::string& TransferFaultPath(int code, const std::string& source,
+                                     const std::string& target) {
+  bool target_fault = code == ENOSPC || code == EDQUOT || code == EFBIG || code == EROFS;
+  return target_fault ? target : source;
+}
+
+class ContentCopier {
+ public:
+  ContentCopier(int from, int to, uint64_t size) : from_(from), to_(to), size_(size) {}
+
+  // Copies up to `want` bytes; returns the count (0 at end of file) or -errno.
+  int64_t CopyChunk(size_t want) {
+    if (use_copy_range_) {
+      ssize_t moved = ::copy_file_range(from_, nullptr, to_, nullptr, want, 0);
+      if (moved > 0) return moved;
+      if (moved < 0 && !CopyRangeUnsupported(errno)) return -errno;
+      // Some file systems (procfs, some FUSE) report 0 before the end;
+      // read/write tells the true end of file apart.
+      use_copy_range_ = false;
+    }
+    return ReadWriteChunk(want);
+  }
+
+  uint64_t Size() const { return size_; }
+
+ private:
+  int64_t ReadWriteChunk(size_t want) {
+    size_t buffer_size = static_cast<size_t>(std::min<uint64_t>(kFallbackBuffer, size_));
+    buffer_size = std::max<size_t>(buffer_size, 4096);
+    if (!buffer_) buffer_ = std::make_unique_for_overwrite<char[]>(buffer_size);
+    int64_t total = 0;
+    while (static_cast<size_t>(total) < want) {
+      size_t ask = std::min(buffer_size, want - static_cast<size_t>(total));
+      ssize_t got = ::read(from_, buffer_.get(), ask);
+      if (got < 0 && errno == EINTR) continue;
+      if (got < 0) return -errno;
+      if (got == 0) break;
+      if (int error = WriteAll(buffer_.get(), static_cast<size_t>(got))) return -error;
+      total += got;
+    }
+    return total;
+  }
+
+  int WriteAll(const char* bytes, size_t length) {
+    while (length > 0) {
+      ssize_t written = ::write(to_, bytes, length);
+      if (written < 0 && errno == EINTR) continue;
+      if (written < 0) return errno;
+      bytes += written;
+      length -= static_cast<size_t>(written);
+    }
+    return 0;
+  }
+
+  int from_;
+  int to_;
+  uint64_t size_;
+  bool use_copy_range_ = true;
+  std::unique_ptr<char[]> buffer_;
+};
+
+// The bytes the source had when it was opened: a file that grows meanwhile
+// is copied up to that size, one that shrinks up to its new end. A file
+// that says it is empty is read to its end, because kernel files (/proc)
+// report 0 and still have content; a truly empty file costs one read.
+OsError CopyContent(ContentCopier* copier, const std::string& source, const std::string& target,
+                    const CopyProgress& progress, const std::atomic<bool>* cancel) {
+  const uint64_t size = copier->Size();
+  const uint64_t limit = size > 0 ? size : UINT64_MAX;
+  uint64_t done = 0;
+  if (progress) progress(0, size);
+  while (done < limit) {
+    if (cancel != nullptr && cancel->load(std::memory_order_relaxed)) {
+      return OsError::FromCode(ECANCELED, source);
+    }
+    int64_t moved =
+        copier->CopyChunk(static_cast<size_t>(std::min<uint64_t>(kCopyChunk, limit - done)));
+    if (moved < 0) {
+      int code = static_cast<int>(-moved);
+      return OsError::FromCode(code, TransferFaultPath(code, source, target));
+    }
+    if (moved == 0) break;
+    done += static_cast<uint64_t>(moved);
+    if (progress) progress(done, std::max(size, done));
+  }
+  return {};
+}
+
+// Windows keeps hidden and system bits with a copy; they live in the DOS
+// attribute word. A target file system without extended attributes can't
+// keep them, which is no reason to fail the copy.
+int CopyDosAttributes(int from, int to) {
+  char value[256];
+  ssize_t length = ::fgetxattr(from, kDosAttributeName, value, sizeof value);
+  if (length < 0) return errno == ENODATA || errno == ENOTSUP || errno == ERANGE ? 0 : errno;
+  if (::fsetxattr(to, kDosAttributeName, value, static_cast<size_t>(length), 0) == 0) return 0;
+  return errno == ENOTSUP || errno == EPERM ? 0 : errno;
+}
+
+// Mode and times go on last: writing would move the time again.
+int FinishOutput(Descriptor* file, int from, const struct stat& source_info) {
+  if (::fchmod(file->Get(), source_info.st_mode & 07777) != 0 && errno != EPERM &&
+      errno != ENOTSUP) {
+    return errno;
+  }
+  if (int error = CopyDosAttributes(from, file->Get())) return error;
+  const struct timespec times[2] = {source_info.st_atim, source_info.st_mtim};
+  if (::futimens(file->Get(), times) != 0 && errno != EPERM) return errno;
+  return file->Close();
+}
+
+// Copying onto a symbolic link writes the file it points to and keeps the
+// link, as Windows copies through a link.
+std::string ResolveLink(const std::string& path) {
+  char* resolved = ::realpath(path.c_str(), nullptr);
+  if (resolved == nullptr) return path;
+  std::string target = resolved;
+  std::free(resolved);
+  return target;
+}
+
+// The file an existing target stands for (the one a link points to), or
+// the Windows refusal to replace it.
+OsResult<std::string> CheckTarget(const std::string& target) {
+  struct stat info;
+  if (::lstat(target.c_str(), &info) != 0) {
+    if (errno == ENOENT) return target;  // removed meanwhile
+    return OsError::FromCode(errno, target);
+  }
+  std::string path = target;
+  if (S_ISLNK(info.st_mode)) {
+    path = ResolveLink(target);
+    // A dangling link is replaced like any other file.
+    if (path == target || ::stat(path.c_str(), &info) != 0) return path;
+  }
+  if (S_ISDIR(info.st_mode)) return OsError::FromCode(EISDIR, target);
+  // The rename at the end needs only the directory's permission; a target
+  // this process may not write must still be refused, and one without its
+  // owner's write bit is read-only even to root.
+  bool read_only = S_ISREG(info.st_mode) && (info.st_mode & S_IWUSR) == 0;
+  if (read_only ||
+      (::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0 && errno == EACCES)) {
+    return OsError::FromCode(EACCES, target);
+  }
+  return path;
+}
+
+// A new target is written in place: creating it exclusively is also the
+// test that it did not exist (one system call less per file of a fresh
+// tree), and a failed copy removes it, leaving nothing behind. An existing
+// target is judged first and then replaced only by the finished copy.
+// Returns the descriptor or the error, naming `target`.
+OsResult<int> CreateOutput(const std::string& target, bool fail_if_exists, mode_t mode,
+                           PartialFile* output) {
+  int fd = output->CreateTarget(target, mode);
+  if (fd >= 0) return fd;
+  if (fd != -EEXIST || fail_if_exists) return OsError::FromCode(-fd, target);
+  OsResult<std::string> replaced = CheckTarget(target);
+  if (!replaced.IsOk()) return replaced.Error();
+  fd = output->CreateBeside(replaced.Value(), mode);
+  if (fd < 0) return OsError::FromCode(-fd, target);
+  return fd;
+}
+
+OsResult<struct stat> CheckSource(const std::string& source, int input) {
+  struct stat info;
+  if (::fstat(input, &info) != 0) return OsError::FromCode(errno, source);
+  if (S_ISDIR(info.st_mode)) return OsError::FromCode(EISDIR, source);
+  // A pipe or device has no end to copy up to.
+  if (!S_ISREG(info.st_mode)) return OsError::FromCode(ENOTSUP, source);
+  return info;
+}
+
+}  // namespace
+
+OsError CopyFileWithProgress(const std::string& source, const std::string& target,
+                             bool fail_if_exists, const CopyProgress& progress,
+                             const std::atomic<bool>* cancel) {
+  if (cancel != nullptr && cancel->load(std::memory_order_relaxed)) {
+    return OsError::FromCode(ECANCELED, source);
+  }
+  // O_NONBLOCK: opening a named pipe must not hang waiting for a writer.
+  Descriptor input(::open(source.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+  if (input.Get() < 0) return OsError::FromCode(errno, source);
+  OsResult<struct stat> source_info = CheckSource(source, input.Get());
+  if (!source_info.IsOk()) return source_info.Error();
+
+  const struct stat& info = source_info.Value();
+  PartialFile partial;
+  OsResult<int> created = CreateOutput(target, fail_if_exists, info.st_mode & 0777, &partial);
+  if (!created.IsOk()) return created.Error();
+  Descriptor output(created.Value());
+  ContentCopier copier(input.Get(), output.Get(), static_cast<uint64_t>(info.st_size));
+  if (OsError error = CopyContent(&copier, source, target, progress, cancel)) return error;
+  if (int error = FinishOutput(&output, input.Get(), info)) return OsError::FromCode(error, target);
+  if (int error = partial.Commit()) return OsError::FromCode(error, target);
+  return {};
+}
+
+OsError MoveFileWithProgress(const std::string& source, const std::string& target,
+                             bool replace_existing, const CopyProgress& progress) {
+  IfTargetExists if_exists = replace_existing ? IfTargetExists::kReplace : IfTargetExists::kFail;
+  OsError renamed = RenameFile(source, target, if_exists);
+  if (renamed.code != EXDEV) return renamed;
+  // Only a file's content can be carried across; a directory or link
+  // keeps the rename's error.
+  struct stat info;
+  if (::lstat(source.c_str(), &info) != 0) return OsError::FromCode(errno, source);
+  if (!S_ISREG(info.st_mode)) return renamed;
+  if (OsError error = CopyFileWithProgress(source, target, !replace_existing, progress, nullptr)) {
+    return error;
+  }
+  // A rename ignores the source's read-only bit, so its stand-in does too.
+  // Should the unlink fail, both copies stay: nothing is lost.
+  if (::unlink(source.c_str()) != 0) return OsError::FromCode(errno, source);
+  return {};
+}
+
+OsError CreateDirectory(const std::string& path) {
+  if (::mkdir(path.c_str(), 0777) == 0) return {};
+  return OsError::FromCode(errno, path);
+}
+
+OsError RemoveDirectory(const std::string& path) {
+  struct stat info;
+  if (::lstat(path.c_str(), &info) == 0 && S_ISLNK(info.st_mode)) {
+    struct stat target;
+    if (::stat(path.c_str(), &target) != 0 || !S_ISDIR(target.st_mode)) {
+      return OsError::FromCode(ENOTDIR, path);
+    }
+    if (::unlink(path.c_str()) == 0) return {};
+    return OsError::FromCode(errno, path);
+  }
+  if (::rmdir(path.c_str()) == 0) return {};
+  return OsError::FromCode(errno, path);
+}
+
+OsError SetCurrentDirectory(const std::string& path) {
+  if (::chdir(path.c_str()) == 0) return {};
+  return OsError::FromCode(errno, path);
+}
+
+OsResult<uint64_t> GetFileSize(const std::string& path) {
+  struct stat info;
+  if (::stat(path.c_str(), &info) != 0) return OsError::FromCode(errno, path);
+  if (S_ISDIR(info.st_mode)) return OsError::FromCode(EISDIR, path);
+  return static_cast<uint64_t>(info.st_size);
+}
+
+OsResult<LocalTime> GetLastWriteTime(const std::string& path) {
+  struct stat info;
+  if (::stat(path.c_str(), &info) != 0) return OsError::FromCode(errno, path);
+  struct tm local = {};
+  if (::localtime_r(&info.st_mtim.tv_sec, &local) == nullptr) {
+    return OsError::FromCode(EOVERFLOW, path);
+  }
+  LocalTime time;
+  time.year = local.tm_year + 1900;
+  time.month = local.tm_mon + 1;
+  time.day = local.tm_mday;
+  time.hour = local.tm_hour;
+  time.minute = local.tm_min;
+  time.second = std::min(local.tm_sec, 59);
+  time.millisecond = static_cast<int>(info.st_mtim.tv_nsec / 1'000'000);
+  return time;
+}
+
+namespace {
+
+bool IsLeapYear(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
+
+int DaysInMonth(int year, int month) {
+  static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  return month == 2 && IsLeapYear(year) ? 29 : kDays[month - 1];
+}
+
+// mktime would quietly turn 31 February into 3 March; a date that does not
+// exist is bad input, not a request for another date.
+bool IsValidLocalTime(const LocalTime& time) {
+  if (time.month < 1 || time.month > 12 || time.day < 1) return false;
+  if (time.day > DaysInMonth(time.year, time.month)) return false;
+  return time.hour >= 0 && time.hour < 24 && time.minute >= 0 && time.minute < 60 &&
+         time.second >= 0 && time.second < 60 && time.millisecond >= 0 && time.millisecond < 1000;
+}
+
+}  // namespace
+
+OsError SetLastWriteTime(const std::string& path, const LocalTime& time) {
+  if (!IsValidLocalTime(time) || time.year < 1900) return OsError::FromCode(EINVAL, path);
+  struct tm local = {};
+  local.tm_year = time.year - 1900;
+  local.tm_mon = time.month - 1;
+  local.tm_mday = time.day;
+  local.tm_hour = time.hour;
+  local.tm_min = time.minute;
+  local.tm_sec = time.second;
+  local.tm_isdst = -1;  // let the zone rules decide summer time
+  errno = 0;
+  time_t seconds = ::mktime(&local);
+  if (seconds == static_cast<time_t>(-1) && errno != 0) return OsError::FromCode(errno, path);
+  struct timespec stamp = {seconds, static_cast<long>(time.millisecond) * 1'000'000};
+  const struct timespec times[2] = {stamp, stamp};
+  if (::utimensat(AT_FDCWD, path.c_str(), times, 0) == 0) return {};
+  return OsError::FromCode(errno, path);
+}
+
+OsResult<DiskSpace> GetDiskSpace(const std::string& path) {
+  struct statvfs info;
+  if (::statvfs(path.c_str(), &info) != 0) return OsError::FromCode(errno, path);
+  DiskSpace space;
+  space.total_bytes = static_cast<uint64_t>(info.f_blocks) * info.f_frsize;
+  space.free_bytes = static_cast<uint64_t>(info.f_bfree) * info.f_frsize;
+  space.available_bytes = static_cast<uint64_t>(info.f_bavail) * info.f_frsize;
+  return space;
+}
+
+}  // namespace brivant::platform

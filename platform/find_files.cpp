@@ -1,0 +1,254 @@
+#include "platform/find_files.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace brivant::platform {
+namespace {
+
+// The bits that hide an entry from a search whose mask lacks them.
+constexpr uint32_t kExcludingBits =
+    kFileAttributeHidden | kFileAttributeSystem | kFileAttributeVolume | kFileAttributeDirectory;
+
+// `*` and `?` without the trailing-".*" rule. Backtracking only to the last
+// star keeps this linear for the masks people write.
+bool MatchesPlainMask(std::string_view name, std::string_view mask) {
+  size_t at_name = 0;
+  size_t at_mask = 0;
+  size_t star = std::string_view::npos;
+  size_t star_name = 0;
+  while (at_name < name.size()) {
+    if (at_mask < mask.size() && mask[at_mask] == '*') {
+      star = at_mask++;
+      star_name = at_name;
+      continue;
+    }
+    if (at_mask < mask.size() && (mask[at_mask] == '?' || mask[at_mask] == name[at_name])) {
+      ++at_name;
+      ++at_mask;
+      continue;
+    }
+    if (star == std::string_view::npos) return false;
+    at_mask = star + 1;
+    at_name = ++star_name;
+  }
+  while (at_mask < mask.size() && mask[at_mask] == '*') ++at_mask;
+  return at_mask == mask.size();
+}
+
+int64_t Nanoseconds(const struct timespec& time) {
+  return static_cast<int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+}
+
+bool IsFilteredOut(uint32_t attributes, uint32_t attribute_mask) {
+  return (attributes & kExcludingBits & ~attribute_mask) != 0;
+}
+
+// Describes entries of one directory. The path buffer is reused from entry
+// to entry, so describing an entry allocates nothing beyond its name.
+class EntryDescriber {
+ public:
+  EntryDescriber(std::string prefix, uint32_t attribute_mask)
+      : path_(std::move(prefix)), prefix_length_(path_.size()), attribute_mask_(attribute_mask) {}
+
+  // Fills `entry` for `name`, looked up relative to `directory_fd` (or
+  // AT_FDCWD with the prefix). Returns 0 or the errno of the lstat.
+  int Describe(int directory_fd, const char* name, FoundEntry* entry) {
+    path_.resize(prefix_length_);
+    path_ += name;
+    const char* at = directory_fd == AT_FDCWD ? path_.c_str() : name;
+    struct stat info;
+    if (::fstatat(directory_fd, at, &info, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+    bool link_to_directory = false;
+    if (S_ISLNK(info.st_mode)) {
+      // A link is described by what a copy would read through it.
+      struct stat target;
+      if (::fstatat(directory_fd, at, &target, 0) == 0) {
+        link_to_directory = S_ISDIR(target.st_mode);
+        info.st_size = target.st_size;
+        info.st_mtim = target.st_mtim;
+      }
+    }
+    entry->attributes = AttributesFromMode(path_, info.st_mode, link_to_directory);
+    entry->size = entry->IsDirectory() ? 0 : static_cast<uint64_t>(info.st_size);
+    entry->last_write_ns = Nanoseconds(info.st_mtim);
+    return 0;
+  }
+
+  bool Admits(const FoundEntry& entry) const {
+    return !IsFilteredOut(entry.attributes, attribute_mask_);
+  }
+
+ private:
+  std::string path_;
+  size_t prefix_length_;
+  uint32_t attribute_mask_;
+};
+
+// Owns the descriptor it is given, also when fdopendir fails.
+class DirectoryStream {
+ public:
+  explicit DirectoryStream(int fd) : stream_(fd >= 0 ? ::fdopendir(fd) : nullptr) {
+    if (fd >= 0 && stream_ == nullptr) ::close(fd);
+  }
+  ~DirectoryStream() {
+    if (stream_ != nullptr) ::closedir(stream_);
+  }
+  DirectoryStream(const DirectoryStream&) = delete;
+  DirectoryStream& operator=(DirectoryStream&& other) noexcept {
+    std::swap(stream_, other.stream_);
+    return *this;
+  }
+
+  DIR* Get() const { return stream_; }
+
+ private:
+  DIR* stream_;
+};
+
+// A name without wildcards is looked up directly: a big directory need not
+// be read to find one file.
+OsResult<std::vector<FoundEntry>> FindOne(const std::string& file_specification,
+                                          const std::string& directory, std::string_view name,
+                                          EntryDescriber* describer) {
+  std::vector<FoundEntry> found;
+  FoundEntry entry;
+  entry.name = name;
+  int error = describer->Describe(AT_FDCWD, entry.name.c_str(), &entry);
+  if (error == ENOENT) return found;
+  if (error == ENOTDIR || error == EACCES) return OsError::FromCode(error, directory);
+  if (error != 0) return OsError::FromCode(error, file_specification);
+  if (describer->Admits(entry)) found.push_back(std::move(entry));
+  return found;
+}
+
+// The names of `directory` that match `mask`, or the error of reading it.
+// A directory that does not exist has none.
+OsResult<std::vector<FoundEntry>> ReadMatchingNames(const std::string& directory,
+                                                    std::string_view mask,
+                                                    DirectoryStream* stream) {
+  std::vector<FoundEntry> found;
+  int fd = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0 && errno == ENOENT) return found;
+  if (fd < 0) return OsError::FromCode(errno, directory);
+  *stream = DirectoryStream(fd);
+  if (stream->Get() == nullptr) return OsError::FromCode(errno, directory);
+  while (true) {
+    errno = 0;
+    const dirent* item = ::readdir(stream->Get());
+    if (item == nullptr) {
+      if (errno != 0) return OsError::FromCode(errno, directory);
+      return found;
+    }
+    if (!MatchesMask(item->d_name, mask)) continue;
+    found.emplace_back().name = item->d_name;
+  }
+}
+
+// Describes entries [begin, end); an entry that vanished since it was
+// listed, or that the attribute mask leaves out, gets kDropped. Returns the
+// first lstat error, naming its entry.
+constexpr uint32_t kDropped = 0xFFFFFFFF;
+
+OsError DescribeRange(int directory_fd, const std::string& directory, EntryDescriber describer,
+                      FoundEntry* begin, FoundEntry* end) {
+  for (FoundEntry* entry = begin; entry != end; ++entry) {
+    int error = describer.Describe(directory_fd, entry->name.c_str(), entry);
+    if (error != 0 && error != ENOENT)
+      return OsError::FromCode(error, directory + "/" + entry->name);
+    if (error == ENOENT || !describer.Admits(*entry)) entry->attributes = kDropped;
+  }
+  return {};
+}
+
+// Each entry costs two system calls (lstat and the DOS attribute word) of a
+// couple of microseconds; a large directory shares them among threads.
+constexpr size_t kEntriesPerThread = 8192;
+constexpr unsigned kMaxThreads = 4;
+
+OsError DescribeAll(int directory_fd, const std::string& directory, const EntryDescriber& describer,
+                    std::vector<FoundEntry>* entries) {
+  unsigned hardware = std::max(1u, std::thread::hardware_concurrency());
+  size_t wanted = entries->size() / kEntriesPerThread + 1;
+  size_t thread_count = std::min<size_t>({wanted, hardware, kMaxThreads});
+  size_t share = (entries->size() + thread_count - 1) / thread_count;
+  std::vector<OsError> errors(thread_count);
+  std::vector<std::thread> helpers;
+  helpers.reserve(thread_count);
+  FoundEntry* data = entries->data();
+  for (size_t part = 1; part < thread_count; ++part) {
+    FoundEntry* begin = data + std::min(entries->size(), part * share);
+    FoundEntry* end = data + std::min(entries->size(), (part + 1) * share);
+    auto describe_part = [&, part, begin, end] {
+      errors[part] = DescribeRange(directory_fd, directory, describer, begin, end);
+    };
+    try {
+      helpers.emplace_back(describe_part);
+    } catch (const std::system_error&) {
+      describe_part();  // no thread to be had: this one does the share
+    }
+  }
+  errors[0] = DescribeRange(directory_fd, directory, describer, data,
+                            data + std::min(entries->size(), share));
+  for (std::thread& helper : helpers) helper.join();
+  for (OsError& error : errors) {
+    if (error) return std::move(error);
+  }
+  return {};
+}
+
+OsResult<std::vector<FoundEntry>> FindMatching(const std::string& directory, std::string_view mask,
+                                               const EntryDescriber& describer) {
+  DirectoryStream stream(-1);
+  OsResult<std::vector<FoundEntry>> names = ReadMatchingNames(directory, mask, &stream);
+  if (!names.IsOk() || names.Value().empty()) return names;
+  std::vector<FoundEntry> found = std::move(names).Value();
+  if (OsError error = DescribeAll(::dirfd(stream.Get()), directory, describer, &found)) {
+    return error;
+  }
+  found.erase(std::remove_if(found.begin(), found.end(),
+                             [](const FoundEntry& entry) { return entry.attributes == kDropped; }),
+              found.end());
+  std::sort(found.begin(), found.end(),
+            [](const FoundEntry& a, const FoundEntry& b) { return a.name < b.name; });
+  return found;
+}
+
+}  // namespace
+
+bool MatchesMask(std::string_view name, std::string_view mask) {
+  if (MatchesPlainMask(name, mask)) return true;
+  bool dotted_star = mask.size() >= 2 && mask.substr(mask.size() - 2) == ".*";
+  if (!dotted_star || name.find('.') != std::string_view::npos) return false;
+  return MatchesPlainMask(name, mask.substr(0, mask.size() - 2));
+}
+
+bool HasWildcards(std::string_view text) {
+  return text.find_first_of("*?") != std::string_view::npos;
+}
+
+OsResult<std::vector<FoundEntry>> FindFiles(const std::string& file_specification,
+                                            uint32_t attribute_mask) {
+  size_t slash = file_specification.rfind('/');
+  std::string directory = ".";
+  std::string prefix;
+  if (slash != std::string::npos) {
+    directory = slash == 0 ? "/" : file_specification.substr(0, slash);
+    prefix = file_specification.substr(0, slash + 1);
+  }
+  std::string_view mask = std::string_view(file_specification).substr(prefix.size());
+  if (mask.empty()) return std::vector<FoundEntry>();
+  EntryDescriber describer(std::move(prefix), attribute_mask);
+  if (!HasWildcards(mask)) return FindOne(file_specification, directory, mask, &describer);
+  return FindMatching(directory, mask, describer);
+}
+
+}  // namespace brivant::platform

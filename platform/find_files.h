@@ -1,0 +1,60 @@
+// Directory search with the semantics the file actions were designed
+// against: a file specification is a directory plus a mask in its last component;
+// `*` matches any run of characters, `?` exactly one, `*.*` every name, and a
+// mask ending in `.*` also matches names without a dot. Matching is
+// case-sensitive, as Linux file systems are.
+//
+// Entries of one directory come sorted by name (byte order), so logs are the
+// same from run to run. "." and ".." are reported, as directories, when the
+// mask matches them. The attribute word of each entry follows the Windows
+// bits (see file_attributes.h); the attribute mask filters entries the way
+// the classic find-first call does: an entry whose hidden, system, volume or
+// directory bit is set is left out unless that bit is in the mask.
+// Read-only and archive files are never left out.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/file_attributes.h"
+#include "platform/file_system.h"
+
+namespace brivant::platform {
+
+// A symbolic link is described by what a copy would read through it: its
+// size and time are those of the file it points to (the link's own when it
+// points nowhere), its attributes those of the link (REPARSE_POINT, plus
+// DIRECTORY when it points to a directory).
+struct FoundEntry {
+  std::string name;
+  uint32_t attributes = 0;    // kFileAttribute* bits
+  uint64_t size = 0;          // bytes; 0 for directories
+  int64_t last_write_ns = 0;  // nanoseconds since 1970-01-01 UTC
+  bool IsDirectory() const { return (attributes & kFileAttributeDirectory) != 0; }
+  bool IsLink() const { return (attributes & kFileAttributeReparsePoint) != 0; }
+};
+
+/// Mask every attribute kind: what the file actions use to see everything.
+inline constexpr uint32_t kFindAnyAttribute = 0x1FF;
+
+/// The entries of the file specification's directory (the part before the last
+/// '/', "." when there is none) whose names match its mask and pass the
+/// attribute mask. A directory that does not exist, or a file specification whose
+/// name matches nothing, gives an empty list, not an error: "nothing found"
+/// is an answer. Errors are for directories that exist but cannot be read
+/// (ENOTDIR, EACCES, ELOOP), naming the directory. A name without wildcards
+/// is looked up directly, without reading the directory. Safe to call from
+/// several threads; a large directory is described by a few threads of its
+/// own.
+[[nodiscard]] OsResult<std::vector<FoundEntry>> FindFiles(const std::string& file_specification,
+                                                          uint32_t attribute_mask);
+
+/// Whether `name` matches `mask` by the rules above.
+bool MatchesMask(std::string_view name, std::string_view mask);
+
+/// True when the text holds '*' or '?'.
+bool HasWildcards(std::string_view text);
+
+}  // namespace brivant::platform

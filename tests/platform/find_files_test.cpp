@@ -1,0 +1,273 @@
+#include "platform/find_files.h"
+
+#include <fcntl.h>  // AT_FDCWD
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tests/platform/temp_dir.h"
+
+namespace brivant::platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr uint32_t kReadOnly = kFileAttributeReadOnly;
+constexpr uint32_t kHidden = kFileAttributeHidden;
+constexpr uint32_t kSystem = kFileAttributeSystem;
+constexpr uint32_t kDirectory = kFileAttributeDirectory;
+constexpr uint32_t kNormal = kFileAttributeNormal;
+constexpr uint32_t kLink = kFileAttributeReparsePoint;
+
+class FindFilesTest : public TempDirTest {
+ protected:
+  std::vector<FoundEntry> Find(const std::string& file_specification,
+                               uint32_t mask = kFindAnyAttribute) const {
+    OsResult<std::vector<FoundEntry>> found = FindFiles(file_specification, mask);
+    EXPECT_TRUE(found.IsOk()) << found.Error().Describe();
+    return found.IsOk() ? found.Value() : std::vector<FoundEntry>();
+  }
+
+  std::vector<std::string> Names(const std::string& file_specification,
+                                 uint32_t mask = kFindAnyAttribute) const {
+    std::vector<std::string> names;
+    for (const FoundEntry& entry : Find(file_specification, mask)) names.push_back(entry.name);
+    return names;
+  }
+
+  // One of each kind the attribute mask tells apart.
+  void PutOneOfEachKind() const {
+    Put("file", "f");
+    Put("readonly", "r");
+    chmod(PathOf("readonly").c_str(), 0444);
+    Put(".hidden", "h");
+    Put("system", "s");
+    SetDosAttribute(PathOf("system"), "0x4");
+    fs::create_directory(PathOf("dir"));
+    fs::create_directory(PathOf(".hiddendir"));
+    fs::create_directory_symlink("dir", PathOf("linkdir"));
+    fs::create_symlink("file", PathOf("linkfile"));
+  }
+};
+
+TEST(MatchesMask, FollowsTheWildcardRules) {
+  const struct {
+    const char* name;
+    const char* mask;
+    bool matches;
+  } cases[] = {
+      {"abc.txt", "*.txt", true},
+      {"abc.txt", "*.TXT", false},  // case-sensitive, as the file system is
+      {"abc.txtx", "*.txt", false},
+      {"abc", "*.*", true},
+      {".profile", "*.*", true},
+      {"abc", "abc.*", true},  // a trailing ".*" also takes names without a dot
+      {"abc.d", "abc.*", true},
+      {"abcd", "abc.*", false},
+      {"ab", "a*.*", true},
+      {"a.", "a?.*", false},  // the shortened mask is only for names without a dot
+      {"a.b.c", "*.c", true},
+      {"abc", "a?c", true},
+      {"ac", "a?c", false},
+      {"a.txt", "?.txt", true},
+      {"aa.txt", "?.txt", false},
+      {"abbbc", "a*c", true},
+      {"abcd", "a*c", false},
+      {"mississippi", "m*iss*ppi", true},
+      {"aaa", "a*a*a*a", false},
+      {"x*y", "x*y", true},
+      {"name", "name", true},
+      {"name", "nam", false},
+      {"name", "", false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.name) + " ~ " + c.mask);
+    EXPECT_EQ(MatchesMask(c.name, c.mask), c.matches);
+  }
+}
+
+TEST(HasWildcards, LooksForStarAndQuestionMark) {
+  EXPECT_TRUE(HasWildcards("/src/*.dll"));
+  EXPECT_TRUE(HasWildcards("a?c"));
+  EXPECT_FALSE(HasWildcards("/src/a.dll"));
+  EXPECT_FALSE(HasWildcards(""));
+}
+
+TEST_F(FindFilesTest, EntriesComeSortedByByteValue) {
+  for (const char* name : {"b", "a", "B", "_x", "\xC3\xA9", "a0"}) Put(name, "");
+  EXPECT_EQ(Names(PathOf("*")),
+            (std::vector<std::string>{".", "..", "B", "_x", "a", "a0", "b", "\xC3\xA9"}));
+}
+
+TEST_F(FindFilesTest, MaskSelectsNamesAndTrailingDotStarTakesNamesWithoutADot) {
+  for (const char* name : {"abc", "abc.txt", "abcd", "abc.tar.gz", "x.txt"}) Put(name, "");
+  const struct {
+    const char* mask;
+    std::vector<std::string> names;
+  } cases[] = {
+      {"abc.*", {"abc", "abc.tar.gz", "abc.txt"}},
+      {"*.txt", {"abc.txt", "x.txt"}},
+      {"abc?", {"abcd"}},
+      {"*.*", {".", "..", "abc", "abc.tar.gz", "abc.txt", "abcd", "x.txt"}},
+      {"nothing*", {}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.mask);
+    EXPECT_EQ(Names(PathOf(c.mask)), c.names);
+  }
+}
+
+TEST_F(FindFilesTest, EachEntryCarriesAttributesSizeAndTime) {
+  PutOneOfEachKind();
+  Put("sized", "12345");
+  // 1,000,000,000.5 s: the nanoseconds must survive.
+  const struct timespec times[2] = {{1000000000, 500000000}, {1000000000, 500000000}};
+  ASSERT_EQ(utimensat(AT_FDCWD, PathOf("sized").c_str(), times, 0), 0);
+  const struct {
+    const char* name;
+    uint32_t attributes;
+    uint64_t size;
+  } cases[] = {
+      {".hidden", kHidden, 1},
+      {".hiddendir", kHidden | kDirectory, 0},
+      {"dir", kDirectory, 0},
+      {"file", kNormal, 1},
+      {"linkdir", kLink | kDirectory, 0},
+      {"linkfile", kLink, 1},  // the size of what a copy would read
+      {"readonly", kReadOnly, 1},
+      {"sized", kNormal, 5},
+      {"system", kSystem, 1},
+  };
+  std::vector<FoundEntry> found = Find(PathOf("*"));
+  ASSERT_EQ(found.size(), std::size(cases) + 2);
+  EXPECT_EQ(found[0].name, ".");
+  EXPECT_EQ(found[0].attributes, kDirectory);
+  EXPECT_EQ(found[1].name, "..");
+  EXPECT_EQ(found[1].attributes, kDirectory);
+  for (size_t i = 0; i < std::size(cases); ++i) {
+    const FoundEntry& entry = found[i + 2];
+    SCOPED_TRACE(cases[i].name);
+    EXPECT_EQ(entry.name, cases[i].name);
+    EXPECT_EQ(entry.attributes, cases[i].attributes);
+    EXPECT_EQ(entry.size, cases[i].size);
+  }
+  EXPECT_EQ(found[9].last_write_ns, 1000000000500000000);
+}
+
+TEST_F(FindFilesTest, AttributeMaskLeavesOutWhatItDoesNotAdmit) {
+  PutOneOfEachKind();
+  const struct {
+    const char* label;
+    uint32_t mask;
+    std::vector<std::string> names;
+  } cases[] = {
+      {"plain files only", 0, {"file", "linkfile", "readonly"}},
+      {"read-only adds nothing", kReadOnly, {"file", "linkfile", "readonly"}},
+      {"hidden", kHidden, {".hidden", "file", "linkfile", "readonly"}},
+      {"system", kSystem, {"file", "linkfile", "readonly", "system"}},
+      {"directories", kDirectory, {".", "..", "dir", "file", "linkdir", "linkfile", "readonly"}},
+      {"hidden directories need both",
+       kHidden | kDirectory,
+       {".", "..", ".hidden", ".hiddendir", "dir", "file", "linkdir", "linkfile", "readonly"}},
+      {"everything",
+       kFindAnyAttribute,
+       {".", "..", ".hidden", ".hiddendir", "dir", "file", "linkdir", "linkfile", "readonly",
+        "system"}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.label);
+    EXPECT_EQ(Names(PathOf("*"), c.mask), c.names);
+  }
+}
+
+TEST_F(FindFilesTest, NameWithoutWildcardsFindsJustThatEntry) {
+  PutOneOfEachKind();
+  const struct {
+    const char* name;
+    uint32_t mask;
+    std::vector<std::string> names;
+  } cases[] = {
+      {"file", kFindAnyAttribute, {"file"}},
+      {"File", kFindAnyAttribute, {}},
+      {"missing", kFindAnyAttribute, {}},
+      {"dir", kFindAnyAttribute, {"dir"}},
+      {"dir", 0, {}},
+      {".hidden", 0, {}},
+      {".", kDirectory, {"."}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(Names(PathOf(c.name), c.mask), c.names);
+  }
+}
+
+TEST_F(FindFilesTest, MissingDirectoryIsAnEmptyAnswer) {
+  for (const std::string& file_specification :
+       {PathOf("missing/*"), PathOf("missing/name"), PathOf("dir/"), std::string()}) {
+    SCOPED_TRACE(file_specification);
+    OsResult<std::vector<FoundEntry>> found = FindFiles(file_specification, kFindAnyAttribute);
+    ASSERT_TRUE(found.IsOk()) << found.Error().Describe();
+    EXPECT_TRUE(found.Value().empty());
+  }
+}
+
+TEST_F(FindFilesTest, UnreadableDirectoryIsAnError) {
+  Put("file", "");
+  fs::create_symlink("loop", PathOf("loop"));
+  const struct {
+    std::string file_specification;
+    int code;
+    const char* message;
+    std::string path;
+  } cases[] = {
+      {PathOf("file/*"), ENOTDIR, "Not a directory", PathOf("file")},
+      {PathOf("file/name"), ENOTDIR, "Not a directory", PathOf("file")},
+      {PathOf("loop/*"), ELOOP, "Too many levels of symbolic links", PathOf("loop")},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.file_specification);
+    OsResult<std::vector<FoundEntry>> found = FindFiles(c.file_specification, kFindAnyAttribute);
+    ASSERT_FALSE(found.IsOk());
+    ExpectError(found.Error(), c.code, c.message, c.path);
+  }
+}
+
+TEST_F(FindFilesTest, LargeDirectoryKeepsEveryEntryInOrder) {
+  // Enough entries that the work is shared among threads. They are hard
+  // links to a few files, which is quick to set up: seven sizes, and every
+  // thousandth entry read-only so each share has attributes to get right.
+  constexpr int kCount = 10000;
+  fs::create_directory(PathOf("inodes"));
+  for (int size = 0; size < 7; ++size) {
+    Put("inodes/" + std::to_string(size), std::string(static_cast<size_t>(size), 'x'));
+    Put("inodes/ro" + std::to_string(size), std::string(static_cast<size_t>(size), 'x'));
+    chmod(PathOf("inodes/ro" + std::to_string(size)).c_str(), 0444);
+  }
+  char name[16];
+  for (int i = kCount - 1; i >= 0; --i) {
+    std::snprintf(name, sizeof name, "f%05d", i);
+    std::string inode = (i % 1000 == 999 ? "inodes/ro" : "inodes/") + std::to_string(i % 7);
+    ASSERT_EQ(link(PathOf(inode).c_str(), PathOf(name).c_str()), 0) << name;
+  }
+  std::vector<FoundEntry> found = Find(PathOf("f*"));
+  ASSERT_EQ(found.size(), static_cast<size_t>(kCount));
+  int read_only = 0;
+  for (int i = 0; i < kCount; ++i) {
+    std::snprintf(name, sizeof name, "f%05d", i);
+    ASSERT_EQ(found[i].name, name);
+    ASSERT_EQ(found[i].size, static_cast<uint64_t>(i % 7)) << name;
+    uint32_t expected = i % 1000 == 999 ? kReadOnly : kNormal;
+    ASSERT_EQ(found[i].attributes, expected) << name;
+    if (found[i].attributes == kReadOnly) ++read_only;
+  }
+  EXPECT_EQ(read_only, 10);
+}
+
+}  // namespace
+}  // namespace brivant::platform
