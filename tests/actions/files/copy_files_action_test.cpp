@@ -1,0 +1,466 @@
+#include "actions/files/copy_files_action.h"
+
+#include <atomic>
+#include <functional>
+#include <thread>
+#include <utility>
+
+#include "package/string_utils.h"
+#include "platform/file_attributes.h"
+#include "tests/actions/files/file_action_fixture.h"
+
+namespace brivant::testing {
+namespace {
+
+using Settings = std::vector<std::pair<const char*, PropertyValue>>;
+
+class CopyFilesActionTest : public FileActionTest {
+ protected:
+  // A copy action from `spec` to `target`, both inside the temporary
+  // directory, with `settings` applied after them.
+  void Configure(TCopyFilesAction& action, const std::string& spec, const std::string& target,
+                 const Settings& settings = {}) {
+    Set(action, "FileSpec", Path(spec));
+    Set(action, "Target", Path(target));
+    for (const auto& [name, value] : settings) Set(action, name, value);
+  }
+  bool Copy(const std::string& spec, const std::string& target, const Settings& settings = {}) {
+    TCopyFilesAction action;
+    Configure(action, spec, target, settings);
+    return host_.Run(action);
+  }
+};
+
+// A host that runs `on_progress` for every progress report, as the platform
+// copy makes them from inside the copy.
+class HookedHost : public TestHost {
+ public:
+  void SendProgress(const std::string& text, int percent) override {
+    TestHost::SendProgress(text, percent);
+    if (on_progress) on_progress(percent);
+  }
+  std::function<void(int)> on_progress;
+};
+
+TEST_F(CopyFilesActionTest, CopiesMatchingFilesIntoTheTargetDirectory) {
+  MakeFile("src/a.dll", "A");
+  MakeFile("src/b.dll", "B");
+  MakeFile("src/c.txt");
+  MakeFile("src/sub/d.dll");
+  host_.Define("SRC", Variant(Path("src")));
+  TCopyFilesAction action;
+  Set(action, "FileSpec", std::string(" %SRC%/*.dll "));
+  Set(action, "Target", Path("out"));
+  Set(action, "Force", true);
+  ASSERT_TRUE(host_.Run(action));
+
+  EXPECT_EQ(ReadBytes(Path("out/a.dll")), "A");
+  EXPECT_EQ(ReadBytes(Path("out/b.dll")), "B");
+  EXPECT_FALSE(Exists("out/c.txt"));
+  EXPECT_FALSE(Exists("out/sub"));
+  EXPECT_EQ(LogEvents(host_),
+            (std::vector<std::string>{
+                "stInfo: Copying files: " + Path("src") + "/*.dll -> " + Path("out"),
+                "group-start: Files Copied",
+                "stInfo: Copied " + Path("src/a.dll") + " to " + Path("out/a.dll"),
+                "stInfo: Copied " + Path("src/b.dll") + " to " + Path("out/b.dll"),
+                "group-end: stInfo",
+                "stSuccess: 2 files copied",
+            }));
+  EXPECT_EQ(std::get<int64_t>(Get(action, "FilesAffected")), 2);
+}
+
+TEST_F(CopyFilesActionTest, ExistingTargetFollowsTheDecisionTable) {
+  struct Case {
+    const char* name;
+    Settings settings;
+    bool target_read_only;
+    bool succeeds;
+    const char* content_after;
+    // Lines after "Copying files: ..."; <S> and <D> stand for the two paths.
+    std::vector<LoggedMessage> lines;
+  } cases[] = {
+      {"plain overwrite",
+       {},
+       false,
+       true,
+       "new",
+       {{stInfo, "Copied <S> to <D>"}, {stSuccess, "1 files copied"}}},
+      {"fail if exists",
+       {{"FailIfExists", true}},
+       false,
+       false,
+       "old",
+       {{stError, "Failed to copy File : <S> -> <D>"}, {stError, "File Already Exists!"}}},
+      {"fail if exists before read-only",
+       {{"FailIfExists", true}, {"OverwriteReadOnly", true}},
+       true,
+       false,
+       "old",
+       {{stError, "Failed to copy File : <S> -> <D>"}, {stError, "File Already Exists!"}}},
+      {"overwrite off skips without counting",
+       {{"Overwrite", false}},
+       false,
+       false,
+       "old",
+       {{stInfo, "Skipping existing file <D>"}, {stError, "Failing because zero files copied"}}},
+      {"skipping is no error",
+       {{"Overwrite", false}, {"FailIfZeroFiles", false}},
+       true,
+       true,
+       "old",
+       {{stInfo, "Skipping existing file <D>"}, {stSuccess, "0 files copied"}}},
+      {"read-only target kept",
+       {},
+       true,
+       false,
+       "old",
+       {{stError, "Failed to copy File : <S> -> <D>"},
+        {stError, "File Already Exists and is marked as Read Only"}}},
+      {"read-only target overwritten",
+       {{"OverwriteReadOnly", true}},
+       true,
+       true,
+       "new",
+       {{stInfo, "Copied <S> to <D>"}, {stSuccess, "1 files copied"}}},
+  };
+  int number = 0;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const std::string dir = "case" + std::to_string(number++);
+    MakeFile(dir + "/src/f.txt", "new");
+    MakeFile(dir + "/out/f.txt", "old");
+    if (c.target_read_only) MakeReadOnly(dir + "/out/f.txt");
+    TestHost host;
+    TCopyFilesAction action;
+    Configure(action, dir + "/src/f.txt", dir + "/out/f.txt", c.settings);
+    EXPECT_EQ(host.Run(action), c.succeeds);
+    EXPECT_EQ(ReadBytes(Path(dir + "/out/f.txt")), c.content_after);
+
+    std::vector<LoggedMessage> expected{
+        {stInfo, "Copying files: " + Path(dir + "/src/f.txt") + " -> " + Path(dir + "/out/f.txt")}};
+    for (LoggedMessage line : c.lines) {
+      line.text = ReplaceAll(ReplaceAll(line.text, "<S>", Path(dir + "/src/f.txt")), "<D>",
+                             Path(dir + "/out/f.txt"));
+      expected.push_back(line);
+    }
+    EXPECT_EQ(host.messages, expected);
+    EXPECT_EQ(host.open_groups, 0);
+  }
+}
+
+TEST_F(CopyFilesActionTest, ReadOnlyTargetOverwrittenWithClearAttributesEndsNormal) {
+  MakeFile("src/f.txt", "new");
+  // The copy takes the source's attributes along; clearing comes after it.
+  ASSERT_TRUE(platform::SetFileAttributes(Path("src/f.txt"), platform::kFileAttributeSystem |
+                                                                 platform::kFileAttributeArchive)
+                  .code == 0);
+  MakeFile("out/f.txt", "old");
+  ASSERT_TRUE(platform::SetFileAttributes(Path("out/f.txt"), platform::kFileAttributeReadOnly |
+                                                                 platform::kFileAttributeArchive)
+                  .code == 0);
+  ASSERT_TRUE(
+      Copy("src/f.txt", "out/f.txt", {{"OverwriteReadOnly", true}, {"ClearAttributes", true}}));
+  EXPECT_EQ(ReadBytes(Path("out/f.txt")), "new");
+  platform::OsResult<uint32_t> attributes = platform::GetFileAttributes(Path("out/f.txt"));
+  ASSERT_TRUE(attributes.IsOk());
+  EXPECT_EQ(attributes.Value(), platform::kFileAttributeNormal);
+}
+
+TEST_F(CopyFilesActionTest, ZeroFilesRules) {
+  struct Case {
+    const char* name;
+    const char* spec;
+    Settings settings;
+    bool succeeds;
+    std::vector<std::string> events_after_start;  // "@" stands for the file specification
+  } cases[] = {
+      {"missing file fails",
+       "src/missing.txt",
+       {},
+       false,
+       {"group-start: Files Copied", "group-end: stInfo", "stError: File not found \"@\"",
+        "stError: Failing because zero files copied"}},
+      {"missing file allowed",
+       "src/missing.txt",
+       {{"FailIfZeroFiles", false}},
+       true,
+       {"group-start: Files Copied", "group-end: stInfo", "stSuccess: 0 files copied"}},
+      {"no match while recursing names no file",
+       "src/*.none",
+       {{"Recurse", true}},
+       false,
+       {"group-start: Files Copied", "group-end: stInfo",
+        "stError: Failing because zero files copied"}},
+      {"a directory is no file",
+       "src/dir",
+       {},
+       false,
+       {"group-start: Files Copied", "group-end: stInfo",
+        "stError: Failing because zero files copied"}},
+      {"missing directory, no group",
+       "nowhere/*.txt",
+       {{"LogFilesAffected", false}},
+       false,
+       {"stError: File not found \"@\"", "stError: Failing because zero files copied"}},
+  };
+  MakeDirectory("src/dir");
+  MakeFile("src/sub/a.txt");
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    TestHost host;
+    TCopyFilesAction action;
+    Configure(action, c.spec, "out", c.settings);
+    EXPECT_EQ(host.Run(action), c.succeeds);
+    std::vector<std::string> expected{"stInfo: Copying files: " + Path(c.spec) + " -> " +
+                                      Path("out")};
+    for (const std::string& event : c.events_after_start)
+      expected.push_back(ReplaceAll(event, "@", Path(c.spec)));
+    EXPECT_EQ(LogEvents(host), expected);
+  }
+  EXPECT_FALSE(Exists("out"));
+}
+
+TEST_F(CopyFilesActionTest, FirstFailureStopsTheRunAndReportsTheCount) {
+  for (const char* name : {"a", "b", "c", "d", "e"}) MakeFile(std::string("src/") + name);
+  MakeFile("out/d", "old");
+  MakeReadOnly("out/d");
+  EXPECT_FALSE(Copy("src/*", "out"));
+  EXPECT_TRUE(Exists("out/c"));
+  EXPECT_FALSE(Exists("out/e")) << "files after the failure are not tried";
+  EXPECT_EQ(
+      host_.Texts(stError),
+      (std::vector<std::string>{"Failed to copy File : " + Path("src/d") + " -> " + Path("out/d"),
+                                "File Already Exists and is marked as Read Only",
+                                "3 files copied before error occurred"}));
+  EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{});
+}
+
+TEST_F(CopyFilesActionTest, RecursionLogsAndPassesOverFailedSubdirectories) {
+  MakeFile("src/a.txt");
+  MakeFile("src/.hidden/h.txt");
+  MakeFile("src/sub1/b.txt");
+  MakeFile("src/sub1/deeper/d.txt");
+  MakeFile("src/sub2/c.txt");
+  MakeFile("src/sub2/skip.dat");
+  std::filesystem::create_directory_symlink(Path("src/sub2"), Path("src/link"));
+  MakeFile("out/sub1/b.txt", "old");
+  MakeReadOnly("out/sub1/b.txt");
+  ASSERT_TRUE(Copy("src/*.txt", "out", {{"Recurse", true}, {"Force", true}}));
+
+  EXPECT_EQ(LogEvents(host_),
+            (std::vector<std::string>{
+                "stInfo: Copying files: " + Path("src/*.txt") + " -> " + Path("out"),
+                "group-start: Files Copied",
+                "stInfo: Copied " + Path("src/a.txt") + " to " + Path("out/a.txt"),
+                "stInfo: Copied " + Path("src/.hidden/h.txt") + " to " + Path("out/.hidden/h.txt"),
+                "group-end: stInfo",
+                "stError: Failed to copy File : " + Path("src/sub1/b.txt") + " -> " +
+                    Path("out/sub1/b.txt"),
+                "stError: File Already Exists and is marked as Read Only",
+                // sub1/deeper is not visited: its parent failed.
+                "stInfo: Copied " + Path("src/sub2/c.txt") + " to " + Path("out/sub2/c.txt"),
+                "stSuccess: 3 files copied",
+            }));
+  EXPECT_FALSE(Exists("out/sub1/deeper"));
+  EXPECT_FALSE(Exists("out/sub2/skip.dat"));
+  EXPECT_FALSE(Exists("out/link")) << "a link to a directory is not walked";
+}
+
+TEST_F(CopyFilesActionTest, WildcardsOntoOneFileLeaveTheLastOne) {
+  MakeFile("src/a.txt", "A");
+  MakeFile("src/b.txt", "B");
+  TCopyFilesAction action;
+  Configure(action, "src/*.txt", "one.txt");
+  Set(action, "TargetIsDir", false);
+  ASSERT_TRUE(host_.Run(action));
+  EXPECT_EQ(ReadBytes(Path("one.txt")), "B");
+  EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{"2 files copied"});
+}
+
+TEST_F(CopyFilesActionTest, CoupledSetters) {
+  struct Step {
+    const char* property;
+    PropertyValue value;
+    bool target_is_dir_after;
+    bool recurse_after;
+  };
+  struct Case {
+    const char* name;
+    std::vector<Step> steps;
+  } cases[] = {
+      {"wildcard spec makes a directory", {{"FileSpec", std::string("a/*.txt"), true, false}}},
+      {"question mark too", {{"FileSpec", std::string("a/?.txt"), true, false}}},
+      {"plain spec leaves it", {{"FileSpec", std::string("a/b.txt"), false, false}}},
+      {"same text again leaves it",
+       {{"FileSpec", std::string("a/*.txt"), true, false},
+        {"TargetIsDir", false, false, false},
+        {"FileSpec", std::string("a/*.txt"), false, false}}},
+      {"recurse makes a directory", {{"Recurse", true, true, true}}},
+      {"recurse off keeps the directory",
+       {{"Recurse", true, true, true}, {"Recurse", false, true, false}}},
+      {"no directory, no recursion",
+       {{"Recurse", true, true, true}, {"TargetIsDir", false, false, false}}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    TCopyFilesAction action;
+    for (const Step& step : c.steps) {
+      Set(action, step.property, step.value);
+      EXPECT_EQ(std::get<bool>(Get(action, "TargetIsDir")), step.target_is_dir_after)
+          << step.property;
+      EXPECT_EQ(std::get<bool>(Get(action, "Recurse")), step.recurse_after) << step.property;
+    }
+  }
+}
+
+TEST_F(CopyFilesActionTest, ProgressIsSentOnlyWhenThePercentageChanges) {
+  MakeFile("src/big.bin", std::string(3 << 20, 'b'));
+  MakeFile("src/empty.bin", "");
+  ASSERT_TRUE(Copy("src/*.bin", "out", {{"Force", true}}));
+  const std::string big_text =
+      "Copying File : " + Path("src/big.bin") + " to : " + Path("out/big.bin");
+  const std::string empty_text =
+      "Copying File : " + Path("src/empty.bin") + " to : " + Path("out/empty.bin");
+
+  std::vector<int> big;
+  std::vector<int> empty;
+  for (const auto& [text, percent] : host_.progress) {
+    if (text == big_text)
+      big.push_back(percent);
+    else if (text == empty_text)
+      empty.push_back(percent);
+    else
+      ADD_FAILURE() << "unexpected progress text " << text;
+  }
+  EXPECT_EQ(empty, std::vector<int>{0});
+  ASSERT_FALSE(big.empty());
+  EXPECT_EQ(big.front(), 0);
+  EXPECT_EQ(big.back(), 100);
+  for (size_t i = 1; i < big.size(); ++i) EXPECT_GT(big[i], big[i - 1]) << "at report " << i;
+}
+
+TEST_F(CopyFilesActionTest, TerminateFromAnotherThreadAbortsTheCopyAndLeavesNoPartialFile) {
+  std::string mebibyte(1 << 20, 'z');
+  std::string content;
+  content.reserve(200u << 20);
+  for (int i = 0; i < 200; ++i) content += mebibyte;
+  MakeFile("src/big.bin", content);
+  content.clear();
+
+  HookedHost host;
+  TCopyFilesAction action;
+  EXPECT_TRUE(action.CanTerminate());
+  Configure(action, "src/big.bin", "out/big.bin", {{"Force", true}});
+  bool terminated = false;
+  host.on_progress = [&](int percent) {
+    if (percent == 0 || terminated) return;
+    terminated = true;
+    std::thread([&action] { action.TerminateAction(); }).join();
+  };
+  EXPECT_FALSE(host.Run(action));
+  ASSERT_TRUE(terminated) << "the copy reported no progress after its start";
+  EXPECT_FALSE(Exists("out/big.bin"));
+  EXPECT_EQ(host.Texts(stError),
+            (std::vector<std::string>{
+                "Failed to copy File : " + Path("src/big.bin") + " -> " + Path("out/big.bin"),
+                "Win32 Error : Operation canceled"}));
+
+  // The next run starts with the flag cleared.
+  host.on_progress = nullptr;
+  EXPECT_TRUE(host.Run(action));
+  EXPECT_EQ(std::filesystem::file_size(Path("out/big.bin")), 200u << 20);
+}
+
+TEST_F(CopyFilesActionTest, OsFailuresAreLoggedWithTheSystemMessage) {
+  MakeFile("src/f.txt");
+  MakeFile("blocker");
+  struct Case {
+    const char* name;
+    bool force;
+  } cases[] = {{"copy into a file's path", false}, {"force directories under a file", true}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    TestHost host;
+    TCopyFilesAction action;
+    Configure(action, "src/f.txt", "blocker/out/f.txt", {{"Force", c.force}});
+    EXPECT_FALSE(host.Run(action));
+    EXPECT_EQ(host.Texts(stError),
+              (std::vector<std::string>{
+                  "Failed to copy File : " + Path("src/f.txt") + " -> " + Path("blocker/out/f.txt"),
+                  "Win32 Error : Not a directory"}));
+  }
+}
+
+TEST_F(CopyFilesActionTest, SourceVanishingBeforeTheCopyIsAFailure) {
+  MakeFile("src/f.txt");
+  HookedHost host;
+  host.on_progress = [this](int) { std::filesystem::remove(Path("src/f.txt")); };
+  TCopyFilesAction action;
+  Configure(action, "src/*.txt", "out", {{"Force", true}});
+  EXPECT_FALSE(host.Run(action));
+  EXPECT_FALSE(Exists("out/f.txt"));
+  EXPECT_EQ(host.Texts(stError),
+            (std::vector<std::string>{
+                "Failed to copy File : " + Path("src/f.txt") + " -> " + Path("out/f.txt"),
+                "Win32 Error : No such file or directory"}));
+}
+
+TEST_F(CopyFilesActionTest, EmptyExpandedTargetIsRefused) {
+  MakeFile("src/f.txt");
+  host_.Define("NOWHERE", Variant(std::string()));
+  TCopyFilesAction action;
+  Set(action, "FileSpec", Path("src/*.txt"));
+  Set(action, "Target", std::string("%NOWHERE%"));
+  EXPECT_FALSE(host_.Run(action));
+  EXPECT_EQ(host_.Texts(stError),
+            std::vector<std::string>{"target \"%NOWHERE%\" is empty once expanded"});
+}
+
+TEST_F(CopyFilesActionTest, DesignTimeTexts) {
+  TCopyFilesAction action;
+  EXPECT_EQ(
+      host_.Validate(action),
+      (std::vector<ValidationError>{{"File Spec", "The file spec has not been set", 0},
+                                    {"Target", "The target file/directory has not been set", 0}}));
+  Set(action, "FileSpec", std::string("%SRC%/*.dll"));
+  Set(action, "Target", std::string("/out"));
+  EXPECT_EQ(host_.Validate(action), std::vector<ValidationError>{});
+  EXPECT_EQ(action.GetFormattedDescription(), "Copy File(s) [ %SRC%/*.dll -> /out ]");
+
+  TStrings alias;
+  action.GetPropertyAlias(alias);
+  EXPECT_EQ(alias,
+            (TStrings{"[Copy Files]", "Force=Force Directories", "FileSpec=File Specification",
+                      "Target=Destination", "TargetIsDir=Destination is a directory",
+                      "FailIfExists=Fail if file exists", "OverwriteReadOnly=Overwrite read only",
+                      "Recurse=Recurse subdirectories", "ClearAttributes=Clear attributes",
+                      "FailIfZeroFiles=Fail if zero files affected", "[Logging]",
+                      "LogFilesAffected=Log each file affected"}));
+  TStrings help;
+  action.GetPropertyHelp(help);
+  EXPECT_EQ(help,
+            (TStrings{"Force=Use force directories to create a directory and all parent "
+                      "directories that do not already exist.",
+                      "FileSpec=The file specification of the files to copy. Wildcards (*, ?) may "
+                      "be used",
+                      "Target=The destination file or directory",
+                      "TargetIsDir=Specifies that the destination is a directory",
+                      "FailIfExists=Fail if the target file exists",
+                      "OverwriteReadOnly=Overwrite read only files",
+                      "Recurse=copy files in subdirectories also",
+                      "ClearAttributes=Clear the files attribute flags after the copy",
+                      "LogFilesAffected=Logs the full name/path of the file before and after the "
+                      "copy"}));
+  TStrings hidden;
+  action.GetHiddenProperties(hidden);
+  EXPECT_EQ(hidden, (TStrings{"ErrorCount", "FilesAffected"}));
+  EXPECT_EQ(
+      action.GetPropertyTable().Names(),
+      (std::vector<std::string_view>{"FileSpec", "Target", "Force", "TargetIsDir", "FailIfExists",
+                                     "Overwrite", "OverwriteReadOnly", "Recurse", "ClearAttributes",
+                                     "FailIfZeroFiles", "FilesAffected", "LogFilesAffected"}));
+}
+
+}  // namespace
+}  // namespace brivant::testing

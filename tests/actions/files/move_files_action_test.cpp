@@ -1,0 +1,132 @@
+#include "actions/files/move_files_action.h"
+
+#include "tests/actions/files/file_action_fixture.h"
+
+namespace brivant::testing {
+namespace {
+
+class MoveFilesActionTest : public FileActionTest {
+ protected:
+  bool Move(TestHost& host, const std::string& spec, const std::string& target,
+            const std::vector<std::pair<const char*, PropertyValue>>& settings = {}) {
+    TMoveFilesAction action;
+    Set(action, "FileSpec", Path(spec));
+    Set(action, "Target", Path(target));
+    for (const auto& [name, value] : settings) Set(action, name, value);
+    return host.Run(action);
+  }
+};
+
+TEST_F(MoveFilesActionTest, MovesMatchingFilesAndLogsThem) {
+  MakeFile("src/a.txt", "A");
+  MakeFile("src/b.txt", "B");
+  MakeFile("src/keep.dat");
+  MakeDirectory("out");
+  ASSERT_TRUE(Move(host_, "src/*.txt", "out/"));
+  EXPECT_EQ(ReadBytes(Path("out/a.txt")), "A");
+  EXPECT_EQ(ReadBytes(Path("out/b.txt")), "B");
+  EXPECT_FALSE(Exists("src/a.txt"));
+  EXPECT_FALSE(Exists("src/b.txt"));
+  EXPECT_TRUE(Exists("src/keep.dat"));
+  EXPECT_EQ(LogEvents(host_),
+            (std::vector<std::string>{
+                "stInfo: Moving files: " + Path("src/*.txt") + " -> " + Path("out/"),
+                "group-start: Files Moved",
+                "stInfo: Moved " + Path("src/a.txt") + " to " + Path("out/a.txt"),
+                "stInfo: Moved " + Path("src/b.txt") + " to " + Path("out/b.txt"),
+                "group-end: stInfo",
+                "stSuccess: 2 files moved",
+            }));
+  EXPECT_EQ(host_.progress.front(),
+            std::make_pair("Moving File : " + Path("src/a.txt") + " to : " + Path("out/a.txt"), 0));
+}
+
+TEST_F(MoveFilesActionTest, MoveOntoItselfCountsAsMoved) {
+  MakeFile("src/a.txt", "A");
+  ASSERT_TRUE(Move(host_, "src/a.txt", "src/a.txt"));
+  EXPECT_EQ(ReadBytes(Path("src/a.txt")), "A");
+  EXPECT_EQ(host_.messages,
+            (std::vector<LoggedMessage>{
+                {stInfo, "Moving files: " + Path("src/a.txt") + " -> " + Path("src/a.txt")},
+                {stInfo, "Skipping same file " + Path("src/a.txt")},
+                {stInfo, "Moved " + Path("src/a.txt") + " to " + Path("src/a.txt")},
+                {stSuccess, "1 files moved"},
+            }));
+}
+
+TEST_F(MoveFilesActionTest, ExistingTargets) {
+  struct Case {
+    const char* name;
+    std::vector<std::pair<const char*, PropertyValue>> settings;
+    bool target_read_only;
+    bool succeeds;
+    const char* target_after;
+    bool source_left;
+  } cases[] = {
+      {"replaced", {}, false, true, "new", false},
+      {"kept when not overwriting",
+       {{"Overwrite", false}, {"FailIfZeroFiles", false}},
+       false,
+       true,
+       "old",
+       true},
+      {"read-only kept", {}, true, false, "old", true},
+      {"read-only replaced", {{"OverwriteReadOnly", true}}, true, true, "new", false},
+  };
+  int number = 0;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const std::string dir = "case" + std::to_string(number++);
+    MakeFile(dir + "/src/f.txt", "new");
+    MakeFile(dir + "/out/f.txt", "old");
+    if (c.target_read_only) MakeReadOnly(dir + "/out/f.txt");
+    TestHost host;
+    EXPECT_EQ(Move(host, dir + "/src/f.txt", dir + "/out/f.txt", c.settings), c.succeeds);
+    EXPECT_EQ(ReadBytes(Path(dir + "/out/f.txt")), c.target_after);
+    EXPECT_EQ(Exists(dir + "/src/f.txt"), c.source_left);
+  }
+}
+
+TEST_F(MoveFilesActionTest, FailureNamesTheMoveAndTheSystemMessage) {
+  MakeFile("src/f.txt");
+  MakeFile("blocker");
+  EXPECT_FALSE(Move(host_, "src/f.txt", "blocker/f.txt"));
+  EXPECT_TRUE(Exists("src/f.txt"));
+  EXPECT_EQ(host_.Texts(stError),
+            (std::vector<std::string>{
+                "Failed to move File : " + Path("src/f.txt") + " -> " + Path("blocker/f.txt"),
+                "Win32 Error : Not a directory"}));
+}
+
+TEST_F(MoveFilesActionTest, PublishesNoRecurse) {
+  TMoveFilesAction action;
+  EXPECT_EQ(action.GetPropertyTable().Find("Recurse"), nullptr);
+  EXPECT_EQ(
+      action.GetPropertyTable().Names(),
+      (std::vector<std::string_view>{"FileSpec", "Target", "Force", "TargetIsDir", "FailIfExists",
+                                     "Overwrite", "OverwriteReadOnly", "ClearAttributes",
+                                     "FailIfZeroFiles", "FilesAffected", "LogFilesAffected"}));
+  EXPECT_EQ(action.GetActionName(), "Move File(s)");
+  Set(action, "FileSpec", std::string("a/*.txt"));
+  Set(action, "Target", std::string("b"));
+  EXPECT_EQ(action.GetFormattedDescription(), "Move File(s) [ a/*.txt -> b ]");
+
+  TStrings alias;
+  action.GetPropertyAlias(alias);
+  EXPECT_EQ(
+      alias,
+      (TStrings{"[Move Files]", "Force=Force Directories", "FileSpec=File Specification",
+                "Target=Destination", "TargetIsDir=Destination is a directory",
+                "FailIfExists=Fail if file exists", "OverwriteReadOnly=Overwrite read only",
+                "ClearAttributes=Clear attributes", "FailIfZeroFiles=Fail if zero files affected",
+                "[Logging]", "LogFilesAffected=Log each file affected"}));
+  TStrings help;
+  action.GetPropertyHelp(help);
+  ASSERT_EQ(help.size(), 8u);
+  EXPECT_EQ(help[1],
+            "FileSpec=The file specification of the files to move. Wildcards (*, ?) may be used");
+  EXPECT_EQ(help[6], "ClearAttributes=Clear the files attribute flags after the move");
+}
+
+}  // namespace
+}  // namespace brivant::testing

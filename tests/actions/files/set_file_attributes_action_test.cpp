@@ -1,0 +1,338 @@
+#include "actions/files/set_file_attributes_action.h"
+
+#include "platform/file_attributes.h"
+#include "tests/actions/files/file_action_fixture.h"
+
+namespace brivant::testing {
+namespace {
+
+constexpr const char* kSucceeded = "Attributes for files successfully changed";
+
+constexpr int64_t Ordinal(TAttributeSetting setting) { return static_cast<int64_t>(setting); }
+
+// A project file set with a fixed list, as the host evaluated it.
+class ListedFileSet : public IBVFileSet {
+ public:
+  explicit ListedFileSet(std::vector<std::string> files) : files_(std::move(files)) {}
+  std::vector<std::string> GetFiles() const override { return files_; }
+  std::string GetBaseDir() const override { return {}; }
+  bool Refresh(std::string*) override { return true; }
+
+ private:
+  std::vector<std::string> files_;
+};
+
+class SetFileAttributesActionTest : public FileActionTest {
+ protected:
+  uint32_t Attributes(const std::string& name) {
+    platform::OsResult<uint32_t> attributes = platform::GetFileAttributes(Path(name));
+    EXPECT_TRUE(attributes.IsOk()) << attributes.Error().Describe();
+    return attributes.IsOk() ? attributes.Value() : 0;
+  }
+  void SetAttributes(const std::string& name, uint32_t attributes) {
+    platform::OsError error = platform::SetFileAttributes(Path(name), attributes);
+    ASSERT_FALSE(error) << error.Describe();
+  }
+  // An action on `spec` that changes one attribute.
+  void Configure(TSetFileAttributesAction& action, const std::string& spec,
+                 const char* attribute = "ReadOnly",
+                 TAttributeSetting setting = TAttributeSetting::asSet) {
+    Set(action, "FileSpec", Path(spec));
+    Set(action, attribute, Ordinal(setting));
+  }
+};
+
+TEST_F(SetFileAttributesActionTest, SetsAndClearsEachAttributeAlone) {
+  struct Case {
+    const char* property;
+    uint32_t bit;
+  } cases[] = {
+      {"ReadOnly", platform::kFileAttributeReadOnly},
+      {"Archive", platform::kFileAttributeArchive},
+      {"SystemFile", platform::kFileAttributeSystem},
+      {"Hidden", platform::kFileAttributeHidden},
+  };
+  // Every other attribute is set beforehand and must stay set.
+  const uint32_t all = platform::kFileAttributeReadOnly | platform::kFileAttributeArchive |
+                       platform::kFileAttributeSystem | platform::kFileAttributeHidden;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.property);
+    const std::string others = std::string(c.property) + "-others.txt";
+    MakeFile(others);
+    SetAttributes(others, all & ~c.bit);
+    const std::string alone = std::string(c.property) + "-alone.txt";
+    MakeFile(alone);
+
+    for (const std::string& name : {others, alone}) {
+      TestHost host;
+      TSetFileAttributesAction action;
+      Configure(action, name, c.property, TAttributeSetting::asSet);
+      ASSERT_TRUE(host.Run(action));
+      EXPECT_EQ(Attributes(name), name == others ? all : c.bit);
+
+      Set(action, c.property, Ordinal(TAttributeSetting::asClear));
+      ASSERT_TRUE(host.Run(action));
+      EXPECT_EQ(Attributes(name), name == others ? all & ~c.bit : platform::kFileAttributeNormal);
+    }
+  }
+}
+
+TEST_F(SetFileAttributesActionTest, ReadOnlyIsTheOwnersWriteBit) {
+  MakeFile("f.txt");
+  TSetFileAttributesAction action;
+  Configure(action, "f.txt", "ReadOnly", TAttributeSetting::asSet);
+  ASSERT_TRUE(host_.Run(action));
+  EXPECT_FALSE(IsOwnerWritable("f.txt"));
+  Set(action, "ReadOnly", Ordinal(TAttributeSetting::asClear));
+  ASSERT_TRUE(host_.Run(action));
+  EXPECT_TRUE(IsOwnerWritable("f.txt"));
+}
+
+TEST_F(SetFileAttributesActionTest, SeveralSettingsInOneRun) {
+  MakeFile("f.txt");
+  SetAttributes("f.txt", platform::kFileAttributeArchive | platform::kFileAttributeSystem);
+  TSetFileAttributesAction action;
+  Configure(action, "f.txt", "ReadOnly", TAttributeSetting::asSet);
+  Set(action, "Archive", Ordinal(TAttributeSetting::asClear));
+  Set(action, "Hidden", Ordinal(TAttributeSetting::asClear));  // absent: stays absent
+  ASSERT_TRUE(host_.Run(action));
+  EXPECT_EQ(Attributes("f.txt"), platform::kFileAttributeReadOnly | platform::kFileAttributeSystem);
+  EXPECT_EQ(host_.messages, (std::vector<LoggedMessage>{{stInfo, "File spec: " + Path("f.txt")},
+                                                        {stSuccess, kSucceeded}}));
+}
+
+TEST_F(SetFileAttributesActionTest, RecursiveWalkLogsEveryFileInItsGroup) {
+  MakeFile("tree/b.txt");
+  MakeFile("tree/a.txt");
+  MakeFile("tree/skip.dat");
+  MakeFile("tree/sub/c.txt");
+  MakeFile("tree/sub/deeper/d.txt");
+  MakeFile("tree/.hidden/h.txt");
+  MakeDirectory("tree/folder.txt");
+  TSetFileAttributesAction action;
+  Configure(action, "tree/*.txt", "Archive", TAttributeSetting::asSet);
+  Set(action, "Recurse", true);
+  Set(action, "LogAllFiles", true);
+  ASSERT_TRUE(host_.Run(action));
+  EXPECT_EQ(LogEvents(host_), (std::vector<std::string>{
+                                  "stInfo: File spec: " + Path("tree/*.txt"),
+                                  "group-start: Files changed",
+                                  "stInfo: Processed File : " + Path("tree/a.txt"),
+                                  "stInfo: Processed File : " + Path("tree/b.txt"),
+                                  "stInfo: Processed File : " + Path("tree/sub/c.txt"),
+                                  "stInfo: Processed File : " + Path("tree/sub/deeper/d.txt"),
+                                  "group-end: stInfo",
+                                  "stSuccess: " + std::string(kSucceeded),
+                              }));
+  EXPECT_EQ(Attributes("tree/skip.dat"), platform::kFileAttributeNormal);
+  // Hidden directories stay out of the walk, as the directory search has it.
+  EXPECT_EQ(Attributes("tree/.hidden/h.txt"), platform::kFileAttributeNormal);
+}
+
+TEST_F(SetFileAttributesActionTest, FirstFailingFileEndsTheWalk) {
+  MakeFile("dir/a.txt");
+  MakeFile("dir/c.txt");
+  // A symbolic link has no attribute word of its own to set, also for root.
+  std::filesystem::create_symlink(Path("dir/a.txt"), Path("dir/b.txt"));
+  TSetFileAttributesAction action;
+  Configure(action, "dir/*.txt", "Archive", TAttributeSetting::asSet);
+  Set(action, "LogAllFiles", true);
+  EXPECT_FALSE(host_.Run(action));
+  EXPECT_EQ(LogEvents(host_),
+            (std::vector<std::string>{
+                "stInfo: File spec: " + Path("dir/*.txt"),
+                "group-start: Files changed",
+                "stInfo: Processed File : " + Path("dir/a.txt"),
+                "group-end: stInfo",
+                "stError: Error Processing File " + Path("dir/b.txt") + ": Operation not permitted",
+            }));
+  EXPECT_EQ(Attributes("dir/a.txt"), platform::kFileAttributeArchive) << "changes stay";
+  EXPECT_EQ(Attributes("dir/c.txt"), platform::kFileAttributeNormal);
+}
+
+TEST_F(SetFileAttributesActionTest, NothingFound) {
+  MakeFile("dir/a.txt");
+  struct Case {
+    const char* name;
+    const char* spec;
+    bool fail_if_not_found;
+  } cases[] = {
+      {"no match", "dir/*.none", true},
+      {"no match allowed", "dir/*.none", false},
+      {"missing file", "dir/b.txt", true},
+      {"a directory is no file", "dir", true},
+      {"a directory is no file, allowed", "dir", false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    TestHost host;
+    TSetFileAttributesAction action;
+    Configure(action, c.spec);
+    Set(action, "FailIfFileNotFound", c.fail_if_not_found);
+    EXPECT_EQ(host.Run(action), !c.fail_if_not_found);
+    std::vector<LoggedMessage> expected{{stInfo, "File spec: " + Path(c.spec)},
+                                        {stError, "No files were found matching the file spec."}};
+    if (!c.fail_if_not_found) expected.push_back({stSuccess, kSucceeded});
+    EXPECT_EQ(host.messages, expected);
+  }
+  EXPECT_EQ(Attributes("dir/a.txt"), platform::kFileAttributeNormal);
+}
+
+TEST_F(SetFileAttributesActionTest, QuotedFileSpecWithBlanks) {
+  MakeFile("with blank/a b.txt");
+  TSetFileAttributesAction action;
+  Set(action, "FileSpec", "\"" + Path("with blank/*.txt") + "\"");
+  Set(action, "SystemFile", Ordinal(TAttributeSetting::asSet));
+  ASSERT_TRUE(host_.Run(action));
+  EXPECT_EQ(Attributes("with blank/a b.txt"), platform::kFileAttributeSystem);
+  EXPECT_EQ(host_.messages.front().text, "File spec: " + Path("with blank/*.txt"));
+}
+
+TEST_F(SetFileAttributesActionTest, RunsThatFailBeforeTouchingFiles) {
+  MakeFile("f.txt");
+  struct Case {
+    const char* name;
+    std::string spec;
+    bool any_setting;
+    std::vector<LoggedMessage> messages;
+  } cases[] = {
+      {"no setting", Path("f.txt"), false, {{stError, "No attributes were specified to change."}}},
+      {"undefined variable",
+       "%UNDEFINED_IN_ATTRIBUTE_TEST%/f.txt",
+       true,
+       {{stError,
+         "Error processing File Spec: Variable \"UNDEFINED_IN_ATTRIBUTE_TEST\" is not defined"}}},
+      {"empty once expanded", "%EMPTY%", true, {{stError, "No file spec was specified."}}},
+      {"only quotes", "\"\"", true, {{stError, "No file spec was specified."}}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    TestHost host;
+    host.Define("EMPTY", Variant(std::string()));
+    TSetFileAttributesAction action;
+    Set(action, "FileSpec", c.spec);
+    if (c.any_setting) Set(action, "Hidden", Ordinal(TAttributeSetting::asSet));
+    EXPECT_FALSE(host.Run(action));
+    EXPECT_EQ(host.messages, c.messages);
+  }
+  EXPECT_EQ(Attributes("f.txt"), platform::kFileAttributeNormal);
+}
+
+TEST_F(SetFileAttributesActionTest, FileSetModeChangesTheListedFilesThatStillExist) {
+  MakeFile("set/a.txt");
+  MakeFile("set/b.txt");
+  MakeFile("set/not-listed.txt");
+  ListedFileSet file_set({Path("set/a.txt"), Path("set/gone.txt"), Path("set/b.txt")});
+  host_.AddProjectObject("FileSetObject", "Sources", &file_set);
+  TSetFileAttributesAction action;
+  Set(action, "UseFileSet", true);
+  Set(action, "FileSetName", std::string("Sources"));
+  Set(action, "FileSpec", Path("set/not-listed.txt"));  // not used in this mode
+  Set(action, "ReadOnly", Ordinal(TAttributeSetting::asSet));
+  Set(action, "LogAllFiles", true);
+  ASSERT_TRUE(host_.Run(action));
+  EXPECT_EQ(LogEvents(host_), (std::vector<std::string>{
+                                  "stInfo: Using FileSet: Sources",
+                                  "group-start: Files changed",
+                                  "stInfo: Processed File : " + Path("set/a.txt"),
+                                  "stInfo: Processed File : " + Path("set/b.txt"),
+                                  "group-end: stInfo",
+                                  "stSuccess: " + std::string(kSucceeded),
+                              }));
+  EXPECT_EQ(Attributes("set/b.txt"), platform::kFileAttributeReadOnly);
+  EXPECT_EQ(Attributes("set/not-listed.txt"), platform::kFileAttributeNormal);
+
+  ListedFileSet empty({});
+  host_.AddProjectObject("FileSetObject", "Empty", &empty);
+  Set(action, "FileSetName", std::string("Empty"));
+  Set(action, "FailIfFileNotFound", true);
+  EXPECT_TRUE(host_.Run(action));
+  EXPECT_EQ(host_.Texts(stSuccess).back(), kSucceeded);
+}
+
+TEST_F(SetFileAttributesActionTest, MissingFileSetRaisesForTheHost) {
+  TSetFileAttributesAction action;
+  Set(action, "UseFileSet", true);
+  Set(action, "FileSetName", std::string("Nope"));
+  Set(action, "Archive", Ordinal(TAttributeSetting::asSet));
+  try {
+    host_.Run(action);
+    ADD_FAILURE() << "no exception";
+  } catch (const EFileAttributeException& e) {
+    EXPECT_STREQ(e.what(), "FileSet \"Nope\" not found.");
+  }
+  EXPECT_EQ(host_.messages, std::vector<LoggedMessage>{});
+}
+
+TEST_F(SetFileAttributesActionTest, DesignTimeTexts) {
+  struct Case {
+    const char* name;
+    bool use_file_set;
+    TAttributeSetting read_only, archive, system_file, hidden;
+    const char* description;
+  } cases[] = {
+      {"two settings", false, TAttributeSetting::asClear, TAttributeSetting::asSet,
+       TAttributeSetting::asNone, TAttributeSetting::asNone,
+       "Set File Attributes [/out/*.dll - ReadOnly:Clear Archive:Set]"},
+      {"all four", false, TAttributeSetting::asSet, TAttributeSetting::asSet,
+       TAttributeSetting::asClear, TAttributeSetting::asClear,
+       "Set File Attributes [/out/*.dll - ReadOnly:Set Archive:Set System:Clear Hidden:Clear]"},
+      {"none", false, TAttributeSetting::asNone, TAttributeSetting::asNone,
+       TAttributeSetting::asNone, TAttributeSetting::asNone, "Set File Attributes [/out/*.dll -]"},
+      {"file set", true, TAttributeSetting::asNone, TAttributeSetting::asNone,
+       TAttributeSetting::asNone, TAttributeSetting::asSet,
+       "Set File Attributes [Binaries - Hidden:Set]"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    TSetFileAttributesAction action;
+    Set(action, "FileSpec", std::string("/out/*.dll"));
+    Set(action, "FileSetName", std::string("Binaries"));
+    Set(action, "UseFileSet", c.use_file_set);
+    Set(action, "ReadOnly", Ordinal(c.read_only));
+    Set(action, "Archive", Ordinal(c.archive));
+    Set(action, "SystemFile", Ordinal(c.system_file));
+    Set(action, "Hidden", Ordinal(c.hidden));
+    EXPECT_EQ(action.GetFormattedDescription(), c.description);
+  }
+
+  TSetFileAttributesAction action;
+  EXPECT_EQ(host_.Validate(action),
+            (std::vector<ValidationError>{{"File Spec", "The file spec has not been set", 0}}));
+  Set(action, "UseFileSet", true);
+  EXPECT_EQ(host_.Validate(action),
+            (std::vector<ValidationError>{{"File Set", "The file set has not been set", 0}}));
+  Set(action, "FileSetName", std::string("Binaries"));
+  EXPECT_EQ(host_.Validate(action), std::vector<ValidationError>{});
+
+  TStrings alias;
+  action.GetPropertyAlias(alias);
+  EXPECT_EQ(alias,
+            (TStrings{"[Attributes]", "ReadOnly=Read Only", "SystemFile=System File",
+                      "Archive=Archive", "Hidden=Hidden File", "Recurse=Recurse Directories",
+                      "FileSpec=File Specification", "FailIfFileNotFound=Fail if file not found",
+                      "[Logging]", "LogAllFiles=Log All Files"}));
+  TStrings help;
+  action.GetPropertyHelp(help);
+  EXPECT_EQ(help, (TStrings{"ReadOnly=Determines what to do to the Read Only flag",
+                            "SystemFile=Determines what to do to the System File flag",
+                            "Archive=Determines what to do to the Archive flag",
+                            "Hidden=Determines what to do to the Hidden flag",
+                            "Recurse=Recurse Sub Directories",
+                            "LogAllFiles=Log All Files processed to the output panel.",
+                            "FileSpec=The file specification of the files to process. Wildcards "
+                            "(*, ?) may be used",
+                            "FailIfFileNotFound=If no files are found specified by the file spec "
+                            "then the action will fail"}));
+  const PropertyInfo* read_only = action.GetPropertyTable().Find("ReadOnly");
+  ASSERT_NE(read_only, nullptr);
+  EXPECT_EQ(read_only->type_name, "TAttributeSetting");
+  EXPECT_EQ(FormatPropertyValue(*read_only, int64_t{2}), "asClear");
+  EXPECT_EQ(action.GetPropertyTable().Names(),
+            (std::vector<std::string_view>{"FileSpec", "FileSetName", "Recurse", "ReadOnly",
+                                           "Archive", "SystemFile", "Hidden", "LogAllFiles",
+                                           "FailIfFileNotFound", "UseFileSet"}));
+}
+
+}  // namespace
+}  // namespace brivant::testing
