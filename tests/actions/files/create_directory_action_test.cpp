@@ -1,0 +1,95 @@
+#include "actions/files/create_directory_action.h"
+
+#include "tests/actions/files/directory_action_fixture.h"
+
+namespace brivant::testing {
+namespace {
+
+class CreateDirectoryActionTest : public DirectoryActionTest {
+ protected:
+  bool Create(const std::string& dir, bool force) {
+    TCreateDirectoryAction action;
+    Set(action, "FileOrDirectory", dir);
+    Set(action, "Force", force);
+    return host_.Run(action);
+  }
+};
+
+TEST_F(CreateDirectoryActionTest, ExistingDirectoryIsASuccess) {
+  MakeDir("there");
+  for (bool force : {false, true}) {
+    SCOPED_TRACE(force);
+    host_.events.clear();
+    EXPECT_TRUE(Create(Path("there"), force));
+    EXPECT_EQ(host_.events,
+              std::vector<std::string>{"stSuccess: Directory already exists: " + Path("there")});
+  }
+}
+
+TEST_F(CreateDirectoryActionTest, MissingParentsNeedForce) {
+  EXPECT_FALSE(Create(Path("a/b/c"), /*force=*/false));
+  EXPECT_EQ(host_.events,
+            std::vector<std::string>{"stError: Unable to create directory: " + Path("a/b/c")});
+  EXPECT_EQ(Tree(), std::vector<std::string>{});
+
+  host_.events.clear();
+  EXPECT_TRUE(Create(Path("a/b/c"), /*force=*/true));
+  EXPECT_EQ(host_.events,
+            std::vector<std::string>{"stSuccess: Created directory: " + Path("a/b/c")});
+  EXPECT_EQ(Tree(), (std::vector<std::string>{"a/", "a/b/", "a/b/c/"}));
+
+  host_.events.clear();
+  EXPECT_TRUE(Create(Path("a/b/d"), /*force=*/false));
+  EXPECT_EQ(host_.events,
+            std::vector<std::string>{"stSuccess: Created directory: " + Path("a/b/d")});
+}
+
+TEST_F(CreateDirectoryActionTest, FileInTheWayFailsWithAndWithoutForce) {
+  MakeFile("file");
+  struct Case {
+    std::string dir;
+    bool force;
+  } cases[] = {{"file", false}, {"file", true}, {"file/sub", true}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.dir + (c.force ? " force" : ""));
+    host_.events.clear();
+    EXPECT_FALSE(Create(Path(c.dir), c.force));
+    EXPECT_EQ(host_.events,
+              std::vector<std::string>{"stError: Unable to create directory: " + Path(c.dir)});
+  }
+  EXPECT_EQ(Tree(), std::vector<std::string>{"file"});
+}
+
+TEST_F(CreateDirectoryActionTest, NameIsExpandedAndOnlyTestedForBlanks) {
+  host_.Define("DIR", Variant(dir_.path()));
+  host_.Define("BLANK", Variant(std::string("  ")));
+  EXPECT_TRUE(Create("%BLANK%", /*force=*/true));
+  EXPECT_EQ(host_.events, std::vector<std::string>{});
+  // The name is used untrimmed: the trailing blank is part of it.
+  EXPECT_TRUE(Create("%DIR%/out ", /*force=*/false));
+  EXPECT_EQ(Tree(), std::vector<std::string>{"out /"});
+}
+
+TEST_F(CreateDirectoryActionTest, PublishedPropertiesAndTexts) {
+  TCreateDirectoryAction action;
+  EXPECT_EQ(Rows(action),
+            (std::vector<std::string>{"FileOrDirectory string ", "Force Boolean False"}));
+  TStrings alias;
+  action.GetPropertyAlias(alias);
+  EXPECT_EQ(alias, (TStrings{"[Create Directory]", "FileOrDirectory=Directory",
+                             "Force=Force Directories"}));
+  TStrings help;
+  action.GetPropertyHelp(help);
+  EXPECT_EQ(help, (TStrings{"FileOrDirectory=The name of the new directory to create.",
+                            "Force=Force directories will create the directory and all parent "
+                            "directories that do not already exist."}));
+  EXPECT_EQ(action.GetFlags(), 17);
+  EXPECT_EQ(host_.Validate(action),
+            (std::vector<ValidationError>{
+                {"Directory", "The name of the directory to create has not been set", 0}}));
+  Set(action, "FileOrDirectory", std::string("%OUT%/bin"));
+  EXPECT_EQ(action.GetFormattedDescription(), "Create Directory [ %OUT%/bin ]");
+}
+
+}  // namespace
+}  // namespace brivant::testing

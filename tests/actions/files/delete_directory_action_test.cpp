@@ -1,0 +1,204 @@
+#include "actions/files/delete_directory_action.h"
+
+#include <chrono>
+
+#include "tests/actions/files/directory_action_fixture.h"
+
+namespace brivant::testing {
+namespace {
+
+class DeleteDirectoryActionTest : public DirectoryActionTest {
+ protected:
+  bool Delete(const std::string& dir) {
+    Set(action_, "FileOrDirectory", dir);
+    return host_.Run(action_);
+  }
+  std::string Physical(const std::string& path) const {
+    return std::filesystem::canonical(path).string();
+  }
+
+  TDeleteDirectoryAction action_;
+};
+
+TEST_F(DeleteDirectoryActionTest, MissingDirectoryNeedsNoDeletion) {
+  for (bool fail_if_no_directory : {false, true}) {
+    SCOPED_TRACE(fail_if_no_directory);
+    host_.events.clear();
+    Set(action_, "FailIfNoDirectory", fail_if_no_directory);
+    EXPECT_EQ(Delete(Path("gone")), !fail_if_no_directory);
+    EXPECT_EQ(host_.events,
+              std::vector<std::string>{
+                  "stSuccess: Delete directory not necessary because directory does not exist: " +
+                  Path("gone")});
+  }
+}
+
+TEST_F(DeleteDirectoryActionTest, TreeIsLoggedDepthFirstInNameOrder) {
+  MakeFile("keep.txt");
+  MakeFile("root/b.txt");
+  MakeFile("root/a/.hidden");
+  MakeDir("root/a/empty");
+  Set(action_, "DeleteTree", true);
+  Set(action_, "LogDeletedFiles", true);
+  // A trailing separator does not double the ones in the log.
+  EXPECT_TRUE(Delete(Path("root/")));
+  std::string root = Path("root");
+  EXPECT_EQ(host_.events, (std::vector<std::string>{
+                              "stInfo: Recursing directory " + root + "/a/*.*...",
+                              "stInfo: Deleting " + root + "/a/.hidden...",
+                              "stInfo: Recursing directory " + root + "/a/empty/*.*...",
+                              "stInfo: Removing directory " + root + "/a/empty",
+                              "stInfo: Removing directory " + root + "/a",
+                              "stInfo: Deleting " + root + "/b.txt...",
+                              "stSuccess: Directory deleted: " + root + "/",
+                          }));
+  EXPECT_EQ(Tree(), std::vector<std::string>{"keep.txt"});
+}
+
+TEST_F(DeleteDirectoryActionTest, ReadOnlyFilesInTheTreeNeedDeleteReadOnly) {
+  // In name order "a.txt" goes first, then "sub" with ".hidden", "deeper"
+  // and the read-only "ro.txt", where the run stops.
+  MakeFile("root/a.txt");
+  MakeFile("root/sub/.hidden");
+  MakeFile("root/sub/deeper/z.txt");
+  MakeFile("root/sub/ro.txt");
+  MakeReadOnly("root/sub/ro.txt");
+  Set(action_, "DeleteTree", true);
+  EXPECT_FALSE(Delete(Path("root")));
+  EXPECT_EQ(host_.events,
+            (std::vector<std::string>{
+                "stError: Error deleting file/folder: System Error.  Code: 13.\nPermission denied",
+                "stError: Unable to delete directory : " + Path("root"),
+            }));
+  EXPECT_EQ(Tree("root"), (std::vector<std::string>{"sub/", "sub/ro.txt"}));
+
+  host_.events.clear();
+  Set(action_, "DeleteReadOnly", true);
+  EXPECT_TRUE(Delete(Path("root")));
+  EXPECT_EQ(host_.events,
+            std::vector<std::string>{"stSuccess: Directory deleted: " + Path("root")});
+  EXPECT_FALSE(Exists("root"));
+}
+
+TEST_F(DeleteDirectoryActionTest, NonEmptyDirectoryIsRetriedOnceThenGivenUp) {
+  MakeFile("root/f.txt");
+  auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(Delete(Path("root")));
+  auto waited = std::chrono::steady_clock::now() - start;
+  EXPECT_EQ(
+      host_.events,
+      (std::vector<std::string>{
+          "stWarning: Directory not empty : Retrying..",
+          "stError: Error deleting file/folder: System Error.  Code: 39.\nDirectory not empty",
+          "stError: Unable to delete directory : " + Path("root"),
+      }));
+  EXPECT_GE(waited, std::chrono::milliseconds(1500));
+  EXPECT_EQ(Tree("root"), std::vector<std::string>{"f.txt"});
+}
+
+TEST_F(DeleteDirectoryActionTest, LinksAreRemovedAsLinksAndNeverFollowed) {
+  MakeFile("outside/keep.txt");
+  MakeReadOnly("outside/keep.txt");
+  MakeFile("outside/sub/more.txt");
+  MakeDir("root");
+  std::filesystem::create_directory_symlink(Path("outside"), Path("root/dir_link"));
+  std::filesystem::create_symlink(Path("outside/keep.txt"), Path("root/file_link"));
+  std::filesystem::create_directory_symlink(Path("outside"), Path("given_link"));
+  std::vector<std::string> outside = {"keep.txt", "sub/", "sub/more.txt"};
+
+  Set(action_, "DeleteTree", true);
+  Set(action_, "DeleteReadOnly", true);
+  Set(action_, "LogDeletedFiles", true);
+  EXPECT_TRUE(Delete(Path("root")));
+  EXPECT_EQ(host_.Texts(stInfo),
+            (std::vector<std::string>{"Deleting " + Path("root/dir_link") + "...",
+                                      "Deleting " + Path("root/file_link") + "..."}));
+  EXPECT_FALSE(Exists("root"));
+  EXPECT_EQ(Tree("outside"), outside);
+  EXPECT_EQ(platform::GetFileAttributes(Path("outside/keep.txt")).Value(),
+            platform::kFileAttributeReadOnly);
+
+  // The directory given may itself be a link: only the link goes.
+  EXPECT_TRUE(Delete(Path("given_link")));
+  EXPECT_FALSE(Exists("given_link"));
+  EXPECT_EQ(Tree("outside"), outside);
+}
+
+TEST_F(DeleteDirectoryActionTest, WorkingDirectoryInsideTheTreeMovesToItsParent) {
+  // Tests share a process: the fixture restores the working directory.
+  struct Case {
+    const char* cwd;
+    const char* dir;  // as given; "." is relative to the working directory
+    const char* expected_cwd;
+  } cases[] = {
+      {"root/sub", "root", ""},
+      {"root", ".", ""},
+      {"other", "root", "other"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.cwd) + " " + c.dir);
+    MakeFile("root/sub/f.txt");
+    MakeFile("sibling.txt");
+    MakeDir("other");
+    std::filesystem::current_path(Path(c.cwd));
+    Set(action_, "DeleteTree", true);
+    std::string dir = std::string(c.dir) == "." ? "." : Path(c.dir);
+    EXPECT_TRUE(Delete(dir));
+    EXPECT_EQ(std::filesystem::current_path().string(), Physical(Path(c.expected_cwd)));
+    EXPECT_EQ(Tree(), (std::vector<std::string>{"other/", "sibling.txt"}));
+  }
+}
+
+TEST_F(DeleteDirectoryActionTest, RootDirectoryIsRefused) {
+  // Without DeleteTree, so that a broken guard could at worst try rmdir("/").
+  for (const std::string& dir : {std::string("/"), dir_.path() + "/../../../../../.."}) {
+    SCOPED_TRACE(dir);
+    host_.events.clear();
+    EXPECT_FALSE(Delete(dir));
+    EXPECT_EQ(host_.events, (std::vector<std::string>{
+                                "stError: Error deleting file/folder: refusing to delete the root "
+                                "directory",
+                                "stError: Unable to delete directory : " + dir,
+                            }));
+  }
+}
+
+TEST_F(DeleteDirectoryActionTest, PublishedPropertiesAndTexts) {
+  EXPECT_EQ(Rows(action_), (std::vector<std::string>{
+                               "FileOrDirectory string ",
+                               "Force Boolean False",
+                               "DeleteTree Boolean False",
+                               "DeleteReadOnly Boolean False",
+                               "DeleteHidden Boolean False",
+                               "LogDeletedFiles Boolean False",
+                               "EnableDelay Boolean False",
+                               "FailIfNoDirectory Boolean False",
+                           }));
+  TStrings alias;
+  action_.GetPropertyAlias(alias);
+  EXPECT_EQ(
+      alias,
+      (TStrings{"[Delete Directory]", "FileOrDirectory=Directory", "DeleteTree=Delete Tree",
+                "DeleteReadOnly=Delete read only directories",
+                "DeleteHidden=Delete hidden directories", "LogDeletedFiles=Log Deleted Files"}));
+  TStrings help;
+  action_.GetPropertyHelp(help);
+  ASSERT_EQ(help.size(), 5u);
+  EXPECT_EQ(help[0], "FileOrDirectory=The name of the directory to delete");
+  EXPECT_EQ(help[2],
+            "DeleteReadOnly=Delete Read Only Files, only has any affect when Delete Tree is True");
+  TStrings hidden;
+  action_.GetHiddenProperties(hidden);
+  EXPECT_EQ(hidden, TStrings{"Force"});
+  EXPECT_EQ(action_.GetFlags(), 1);
+  EXPECT_EQ(
+      host_.Validate(action_),
+      (std::vector<ValidationError>{{"Directory", "The directory to delete has not been set", 0}}));
+  Set(action_, "FileOrDirectory", std::string("%OUT%"));
+  EXPECT_EQ(action_.GetFormattedDescription(), "Delete Directory [ %OUT% ]");
+  Set(action_, "DeleteTree", true);
+  EXPECT_EQ(action_.GetFormattedDescription(), "Delete Tree [ %OUT% ]");
+}
+
+}  // namespace
+}  // namespace brivant::testing

@@ -1,0 +1,203 @@
+#include "actions/files/delete_files_action.h"
+
+#include "tests/actions/files/directory_action_fixture.h"
+
+namespace brivant::testing {
+namespace {
+
+class DeleteFilesActionTest : public DirectoryActionTest {
+ protected:
+  bool Delete(const std::string& file_spec) {
+    Set(action_, "FileSpec", file_spec);
+    return host_.Run(action_);
+  }
+  int64_t FilesAffected() const { return std::get<int64_t>(Get(action_, "FilesAffected")); }
+
+  TDeleteFilesAction action_;
+};
+
+TEST_F(DeleteFilesActionTest, BlankFileSpecificationLogsNothing) {
+  host_.Define("BLANK", Variant(std::string("   ")));
+  for (bool fail_if_no_file : {true, false}) {
+    SCOPED_TRACE(fail_if_no_file);
+    Set(action_, "FailIfNoFile", fail_if_no_file);
+    EXPECT_EQ(Delete(" %BLANK% "), !fail_if_no_file);
+    EXPECT_EQ(host_.events, std::vector<std::string>{});
+  }
+}
+
+TEST_F(DeleteFilesActionTest, NoMatchFailsOnlyWithFailIfNoFile) {
+  MakeFile("keep.txt");
+  struct Case {
+    bool fail_if_no_file;
+    bool result;
+    std::string last_line;
+  } cases[] = {
+      {false, true, "stSuccess: 0 files deleted."},
+      {true, false, "stError: Failing because 0 files deleted."},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.last_line);
+    host_.events.clear();
+    Set(action_, "FailIfNoFile", c.fail_if_no_file);
+    EXPECT_EQ(Delete(Path("*.tmp")), c.result);
+    EXPECT_EQ(host_.events,
+              (std::vector<std::string>{
+                  "stInfo: Deleting files matching filespec: " + Path("*.tmp"), c.last_line}));
+  }
+  EXPECT_EQ(Tree(), std::vector<std::string>{"keep.txt"});
+}
+
+TEST_F(DeleteFilesActionTest, SummaryIsSingularForOneFile) {
+  struct Case {
+    std::vector<std::string> files;
+    std::string summary;
+  } cases[] = {
+      {{"a.tmp"}, "1 file deleted."},
+      {{"a.tmp", "b.tmp"}, "2 files deleted."},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.summary);
+    host_.messages.clear();
+    for (const std::string& file : c.files) MakeFile(file);
+    MakeFile("keep.txt");
+    EXPECT_TRUE(Delete(Path("*.tmp")));
+    EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{c.summary});
+    EXPECT_EQ(FilesAffected(), static_cast<int64_t>(c.files.size()));
+    EXPECT_EQ(Tree(), std::vector<std::string>{"keep.txt"});
+  }
+}
+
+TEST_F(DeleteFilesActionTest, NameWithoutWildcardsAfterExpansionDeletesThatFileOnly) {
+  MakeFile("a.txt");
+  MakeFile("ab.txt");
+  host_.Define("DIR", Variant(dir_.path()));
+  EXPECT_TRUE(Delete("  %DIR%/a.txt "));
+  EXPECT_EQ(host_.Texts(stInfo),
+            std::vector<std::string>{"Deleting files matching filespec: " + Path("a.txt")});
+  EXPECT_EQ(Tree(), std::vector<std::string>{"ab.txt"});
+}
+
+TEST_F(DeleteFilesActionTest, ReadOnlyFileStopsTheRunWithoutDeleteReadOnly) {
+  // Files are taken in name order: the read-only one first, then after one
+  // deletion.
+  struct Case {
+    std::string read_only;
+    std::vector<std::string> errors;
+    std::vector<std::string> left;
+    int64_t deleted;
+  } cases[] = {
+      {"a.tmp",
+       {"Error deleting file : " + Path("a.tmp"), "Error Reason: Permission denied",
+        "Failing because 0 files deleted."},
+       {"a.tmp", "b.tmp"},
+       0},
+      {"b.tmp",
+       {"Error deleting file : " + Path("b.tmp"), "Error Reason: Permission denied"},
+       {"b.tmp"},
+       1},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.read_only);
+    host_.messages.clear();
+    MakeFile("a.tmp");
+    MakeFile("b.tmp");
+    MakeReadOnly(c.read_only);
+    EXPECT_FALSE(Delete(Path("*.tmp")));
+    EXPECT_EQ(host_.Texts(stError), c.errors);
+    EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{});
+    EXPECT_EQ(FilesAffected(), c.deleted);
+    EXPECT_EQ(Tree(), c.left);
+
+    Set(action_, "DeleteReadOnly", true);
+    EXPECT_TRUE(Delete(Path("*.tmp")));
+    EXPECT_EQ(Tree(), std::vector<std::string>{});
+    Set(action_, "DeleteReadOnly", false);
+  }
+}
+
+TEST_F(DeleteFilesActionTest, HiddenFilesAreDeletedAndLoggedEitherWay) {
+  Set(action_, "LogFilesDeleted", true);
+  for (bool delete_hidden : {false, true}) {
+    SCOPED_TRACE(delete_hidden);
+    host_.messages.clear();
+    MakeFile(".cache.tmp");
+    MakeFile("b.tmp");
+    Set(action_, "DeleteHidden", delete_hidden);
+    EXPECT_TRUE(Delete(Path("*.tmp")));
+    EXPECT_EQ(host_.Texts(stInfo),
+              (std::vector<std::string>{"Deleting files matching filespec: " + Path("*.tmp"),
+                                        "Deleted file: " + Path(".cache.tmp"),
+                                        "Deleted file: " + Path("b.tmp")}));
+    EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{"2 files deleted."});
+    EXPECT_EQ(Tree(), std::vector<std::string>{});
+  }
+}
+
+TEST_F(DeleteFilesActionTest, SystemFilesAndDirectoriesAreNeitherDeletedNorCounted) {
+  MakeFile("system.tmp");
+  if (platform::SetFileAttributes(Path("system.tmp"), platform::kFileAttributeSystem))
+    GTEST_SKIP() << "no extended attributes here";
+  MakeFile("plain.tmp");
+  MakeDir("folder.tmp");
+  Set(action_, "DeleteReadOnly", true);
+  Set(action_, "DeleteHidden", true);
+  EXPECT_TRUE(Delete(Path("*.tmp")));
+  EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{"1 file deleted."});
+  EXPECT_EQ(FilesAffected(), 1);
+  EXPECT_EQ(Tree(), (std::vector<std::string>{"folder.tmp/", "system.tmp"}));
+}
+
+TEST_F(DeleteFilesActionTest, UnsearchableDirectoryIsAnErrorNotAnEmptyResult) {
+  MakeFile("plain.txt");
+  Set(action_, "FailIfNoFile", false);
+  EXPECT_FALSE(Delete(Path("plain.txt/*.tmp")));
+  EXPECT_EQ(host_.Texts(stError),
+            std::vector<std::string>{"cannot search for files: " + Path("plain.txt") +
+                                     ": Not a directory"});
+  EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{});
+}
+
+TEST_F(DeleteFilesActionTest, LinkIsDeletedAsALinkAndItsTargetKept) {
+  MakeFile("outside/target.txt", "keep");
+  MakeReadOnly("outside/target.txt");
+  MakeDir("work");
+  std::filesystem::create_symlink(Path("outside/target.txt"), Path("work/link.txt"));
+  Set(action_, "DeleteReadOnly", true);
+  EXPECT_TRUE(Delete(Path("work/*")));
+  EXPECT_EQ(Tree(), (std::vector<std::string>{"outside/", "outside/target.txt", "work/"}));
+  EXPECT_EQ(platform::GetFileAttributes(Path("outside/target.txt")).Value(),
+            platform::kFileAttributeReadOnly);
+}
+
+TEST_F(DeleteFilesActionTest, PublishedPropertiesAndTexts) {
+  EXPECT_EQ(Rows(action_), (std::vector<std::string>{
+                               "FileSpec string ",
+                               "DeleteReadOnly Boolean False",
+                               "DeleteHidden Boolean False",
+                               "FailIfNoFile Boolean True",
+                               "LogFilesDeleted Boolean False [not stored]",
+                               "FilesAffected Integer 0 [not stored] [read-only]",
+                           }));
+  TStrings alias;
+  action_.GetPropertyAlias(alias);
+  EXPECT_EQ(alias,
+            (TStrings{"[Delete Files]", "FileSpec=File specification",
+                      "DeleteReadOnly=Delete read only files", "DeleteHidden=Delete hidden files",
+                      "FailIfNoFile=Fail if no file", "LogFilesDeleted=Log deleted files"}));
+  TStrings help;
+  action_.GetPropertyHelp(help);
+  EXPECT_EQ(help.size(), 5u);
+  EXPECT_EQ(help.front(),
+            "FileSpec=Either specify the name/path of a file, or use a file specification that "
+            "includes wild cards (* or ?)");
+  EXPECT_EQ(
+      host_.Validate(action_),
+      (std::vector<ValidationError>{{"File Spec", "The file spec has not been set", 0}}));
+  Set(action_, "FileSpec", std::string("%OUT%/*.obj"));
+  EXPECT_EQ(action_.GetFormattedDescription(), "Delete File(s) [ %OUT%/*.obj ]");
+  EXPECT_EQ(host_.Validate(action_), std::vector<ValidationError>{});
+}
+
+}  // namespace
+}  // namespace brivant::testing
