@@ -1,0 +1,231 @@
+#include "actions/files/file_set_copy_move_action.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "tests/actions/files/misc_action_fixture.h"
+
+namespace brivant::testing {
+namespace {
+
+// A file set with a fixed list of files relative to its base directory.
+class ListedFileSet : public IBVFileSet {
+ public:
+  ListedFileSet(std::string base_dir, std::vector<std::string> relative_files)
+      : base_dir_(std::move(base_dir)), relative_files_(std::move(relative_files)) {}
+
+  std::vector<std::string> GetFiles() const override {
+    if (on_get_files) on_get_files();
+    std::vector<std::string> files;
+    for (const std::string& name : relative_files_) files.push_back(base_dir_ + "/" + name);
+    std::sort(files.begin(), files.end());
+    return files;
+  }
+  std::string GetBaseDir() const override { return base_dir_; }
+  bool Refresh(std::string* error) override {
+    ++refreshes;
+    if (refresh_error.empty()) return true;
+    *error = refresh_error;
+    return false;
+  }
+
+  int refreshes = 0;
+  std::string refresh_error;
+  std::function<void()> on_get_files;
+
+ private:
+  std::string base_dir_;
+  std::vector<std::string> relative_files_;
+};
+
+class FileSetCopyMoveActionTest : public MiscFileActionTest {
+ protected:
+  void SetUp() override {
+    MakeFile("src/a.txt", "A");
+    MakeFile("src/sub/b.txt", "B");
+    MakeFile("src/sub/deep/c.txt", "C");
+    MakeFile("src/not-in-set.txt", "N");
+    host_.AddProjectObject("FileSetObject", "Photos", &set_);
+    Set(action_, "FileSetName", std::string("Photos"));
+    Set(action_, "TargetDirectory", Path("out"));
+  }
+  bool Run() { return host_.Run(action_); }
+
+  ListedFileSet set_{Path("src"), {"sub/deep/c.txt", "a.txt", "sub/b.txt"}};
+  TBVFileSetCopyMoveAction action_;
+};
+
+TEST_F(FileSetCopyMoveActionTest, CopyKeepsPathsRelativeToTheBaseDirectory) {
+  ASSERT_TRUE(Run());
+  EXPECT_EQ(Tree("out"), (std::vector<std::string>{"a.txt=A", "sub/", "sub/b.txt=B", "sub/deep/",
+                                                   "sub/deep/c.txt=C"}));
+  EXPECT_EQ(Tree("src"),
+            (std::vector<std::string>{"a.txt=A", "not-in-set.txt=N", "sub/", "sub/b.txt=B",
+                                      "sub/deep/", "sub/deep/c.txt=C"}));
+  EXPECT_EQ(set_.refreshes, 1);
+  EXPECT_EQ(host_.Texts(stInfo),
+            (std::vector<std::string>{
+                "Refreshing fileset...",
+                "Copying fileset Photos (3 files) from " + Path("src") + " to " + Path("out"),
+                "Copied " + Path("src/a.txt") + " to " + Path("out/a.txt"),
+                "Copied " + Path("src/sub/b.txt") + " to " + Path("out/sub/b.txt"),
+                "Copied " + Path("src/sub/deep/c.txt") + " to " + Path("out/sub/deep/c.txt")}));
+  EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{"3 files copied to " + Path("out")});
+  EXPECT_EQ(
+      host_.progress.front(),
+      std::make_pair("Copying File : " + Path("src/a.txt") + " to : " + Path("out/a.txt"), 0));
+  EXPECT_EQ(action_.GetFormattedDescription(), "FileSet Copy [ Photos -> " + Path("out") + " ]");
+}
+
+TEST_F(FileSetCopyMoveActionTest, MoveTakesTheFilesAway) {
+  Set(action_, "Operation", int64_t{fsoMove});
+  Set(action_, "RefreshFileSet", false);
+  ASSERT_TRUE(Run());
+  EXPECT_EQ(Tree("out"), (std::vector<std::string>{"a.txt=A", "sub/", "sub/b.txt=B", "sub/deep/",
+                                                   "sub/deep/c.txt=C"}));
+  EXPECT_EQ(Tree("src"), (std::vector<std::string>{"not-in-set.txt=N", "sub/", "sub/deep/"}));
+  EXPECT_EQ(set_.refreshes, 0);
+  EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{"3 files moved to " + Path("out")});
+  EXPECT_EQ(action_.GetFormattedDescription(), "FileSet Move [ Photos -> " + Path("out") + " ]");
+}
+
+TEST_F(FileSetCopyMoveActionTest, ExistingTargetsFollowTheOverwriteMode) {
+  ListedFileSet one_file{Path("src"), {"a.txt"}};
+  host_.AddProjectObject("FileSetObject", "Photos", &one_file);
+  Set(action_, "FailIfZeroFiles", false);
+  const std::time_t older = 1000000000;
+  const std::time_t newer = older + 3600;
+  struct Case {
+    const char* name;
+    TFileSetOverwriteMode mode;
+    std::time_t target_time;
+    bool succeeds;
+    std::string content;
+    LoggedMessage last;
+  } cases[] = {
+      {"overwrite", omOverwrite, newer, true, "A", {stSuccess, "1 file copied to " + Path("out")}},
+      {"skip", omSkip, older, true, "old", {stSuccess, "0 files copied to " + Path("out")}},
+      {"fail", omFail, older, false, "old", {stError, "Error reason: Target file already exists"}},
+      {"newer source",
+       omOverwriteIfNewer,
+       older,
+       true,
+       "A",
+       {stSuccess, "1 file copied to " + Path("out")}},
+      {"older source",
+       omOverwriteIfNewer,
+       newer,
+       true,
+       "old",
+       {stSuccess, "0 files copied to " + Path("out")}},
+  };
+  SetWriteTime("src/a.txt", older + 60);
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    host_.messages.clear();
+    MakeFile("out/a.txt", "old");
+    SetWriteTime("out/a.txt", c.target_time);
+    Set(action_, "OverwriteMode", int64_t{c.mode});
+    EXPECT_EQ(Run(), c.succeeds);
+    EXPECT_EQ(ReadBytes(Path("out/a.txt")), c.content);
+    EXPECT_EQ(host_.messages.back(), c.last);
+    if (!c.succeeds) {
+      EXPECT_EQ(host_.Texts(stError).front(),
+                "Failed to copy file: " + Path("src/a.txt") + " -> " + Path("out/a.txt"));
+    }
+  }
+}
+
+TEST_F(FileSetCopyMoveActionTest, ReadOnlyTargetIsReplacedOnlyWhenAllowed) {
+  MakeFile("out/a.txt", "old");
+  MakeReadOnly("out/a.txt");
+  EXPECT_FALSE(Run());
+  EXPECT_EQ(host_.Texts(stError),
+            (std::vector<std::string>{
+                "Failed to copy file: " + Path("src/a.txt") + " -> " + Path("out/a.txt"),
+                "Error reason: Target file is read only"}));
+  EXPECT_EQ(ReadBytes(Path("out/a.txt")), "old");
+  EXPECT_EQ(host_.open_groups, 0);
+
+  Set(action_, "OverwriteReadOnly", true);
+  ASSERT_TRUE(Run());
+  EXPECT_EQ(ReadBytes(Path("out/a.txt")), "A");
+}
+
+TEST_F(FileSetCopyMoveActionTest, SameFileIsNeverCopiedOntoItself) {
+  Set(action_, "TargetDirectory", Path("out/../src/"));
+  Set(action_, "FailIfZeroFiles", false);
+  ASSERT_TRUE(Run());
+  EXPECT_EQ(ReadBytes(Path("src/a.txt")), "A");
+  EXPECT_EQ(host_.Texts(stInfo)[2], "Skipping same file " + Path("src/a.txt"));
+  EXPECT_EQ(host_.Texts(stSuccess),
+            std::vector<std::string>{"0 files copied to " + Path("out/../src")});
+}
+
+TEST_F(FileSetCopyMoveActionTest, FailuresNameTheirCause) {
+  MakeFile("blocked", "a file where the target directory would go");
+  struct Case {
+    const char* name;
+    std::function<void()> prepare;
+    std::vector<std::string> errors;
+  } cases[] = {
+      {"unknown set",
+       [&] { Set(action_, "FileSetName", std::string("Nope")); },
+       {"FileSet \"Nope\" not found."}},
+      {"refresh fails",
+       [&] { set_.refresh_error = "cannot read " + Path("src"); },
+       {"Error refreshing fileset Photos: cannot read " + Path("src")}},
+      {"nothing to copy",
+       [&] {
+         static ListedFileSet empty{Path("src"), {}};
+         host_.AddProjectObject("FileSetObject", "Photos", &empty);
+       },
+       {"Failing because zero files copied"}},
+      {"target blocked",
+       [&] { Set(action_, "TargetDirectory", Path("blocked")); },
+       {"Failed to copy file: " + Path("src/a.txt") + " -> " + Path("blocked/a.txt"),
+        "Error reason: " + Path("blocked") + ": Not a directory"}},
+      {"stopped",
+       [&] { set_.on_get_files = [&] { action_.TerminateAction(); }; },
+       {"Stopped on request"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    SetUp();
+    host_.messages.clear();
+    c.prepare();
+    EXPECT_FALSE(Run());
+    EXPECT_EQ(host_.Texts(stError), c.errors);
+    EXPECT_EQ(host_.open_groups, 0);
+    set_.refresh_error.clear();
+    set_.on_get_files = nullptr;
+  }
+  EXPECT_FALSE(Exists("out"));
+}
+
+TEST_F(FileSetCopyMoveActionTest, ValidationNamesWhatIsMissing) {
+  TBVFileSetCopyMoveAction action;
+  EXPECT_EQ(host_.Validate(action),
+            (std::vector<ValidationError>{
+                {"FileSet", "FileSet name has not been set", 0},
+                {"Target Directory", "The target directory has not been set", 0}}));
+}
+
+TEST_F(FileSetCopyMoveActionTest, PublishesItsProperties) {
+  TBVFileSetCopyMoveAction action;
+  ExpectPublished(action, {{"FileSetName", "string", ""},
+                           {"Operation", "TFileSetOperation", "fsoCopy"},
+                           {"TargetDirectory", "string", ""},
+                           {"OverwriteMode", "TFileSetOverwriteMode", "omOverwrite"},
+                           {"OverwriteReadOnly", "Boolean", "False"},
+                           {"RefreshFileSet", "Boolean", "True"},
+                           {"FailIfZeroFiles", "Boolean", "True"},
+                           {"LogFilesAffected", "Boolean", "True"},
+                           {"FilesAffected", "Integer", "0", false}});
+  TStrings hidden;
+  action.GetHiddenProperties(hidden);
+  EXPECT_EQ(hidden, TStrings{"FilesAffected"});
+}
+
+}  // namespace
+}  // namespace brivant::testing

@@ -1,0 +1,142 @@
+// Shared set-up of the tests of the smaller file actions (exists check, move
+// directory, touch, concatenate, disk space, rename, file size, file-set
+// copy/move): a temporary directory, the recording host, property setters by
+// name and helpers that build and describe small trees.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <ctime>
+#include <filesystem>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "package/custom_bv_action.h"
+#include "package/property_table.h"
+#include "tests/support/test_host.h"
+
+namespace brivant::testing {
+
+// One published property as `brivant props` shows it.
+struct PublishedRow {
+  std::string name;
+  std::string type;
+  std::string default_text;
+  bool stored = true;
+  friend bool operator==(const PublishedRow&, const PublishedRow&) = default;
+  friend std::ostream& operator<<(std::ostream& out, const PublishedRow& row) {
+    return out << row.name << ":" << row.type << "=" << row.default_text
+               << (row.stored ? "" : " (not stored)");
+  }
+};
+
+class MiscFileActionTest : public ::testing::Test {
+ protected:
+  // The table in published order, the constructor's values equal to the
+  // defaults, and alias and help lines naming only published properties.
+  static void ExpectPublished(const TCustomBVAction& action,
+                              const std::vector<PublishedRow>& expected) {
+    std::vector<PublishedRow> rows;
+    for (const PropertyInfo& info : action.GetPropertyTable().Rows()) {
+      rows.push_back(
+          {std::string(info.name), std::string(info.type_name), info.default_text, info.stored});
+      EXPECT_EQ(FormatPropertyValue(info, GetProperty(action, info)), info.default_text)
+          << info.name;
+    }
+    EXPECT_EQ(rows, expected);
+    TStrings lines;
+    action.GetPropertyAlias(lines);
+    EXPECT_EQ(lines.front().front(), '[') << "the alias list opens with its section";
+    action.GetPropertyHelp(lines);
+    for (const std::string& line : lines) {
+      if (line.front() == '[') continue;
+      EXPECT_NE(action.GetPropertyTable().Find(line.substr(0, line.find('='))), nullptr) << line;
+    }
+  }
+
+  static void Set(TCustomBVAction& action, const char* property, const PropertyValue& value) {
+    const PropertyInfo* info = action.GetPropertyTable().Find(property);
+    ASSERT_NE(info, nullptr) << property;
+    SetProperty(action, *info, value);
+  }
+
+  std::string Path(const std::string& name) const { return dir_.Join(name); }
+
+  // Writes `content` to `name`, creating the directories on the way.
+  void MakeFile(const std::string& name, const std::string& content = "") const {
+    std::filesystem::create_directories(std::filesystem::path(Path(name)).parent_path());
+    WriteBytes(Path(name), content);
+  }
+
+  void MakeDir(const std::string& name) const { std::filesystem::create_directories(Path(name)); }
+
+  static constexpr std::filesystem::perms kAllWrite = std::filesystem::perms::owner_write |
+                                                      std::filesystem::perms::group_write |
+                                                      std::filesystem::perms::others_write;
+
+  // Takes away every write bit: read-only as the platform layer means it.
+  void MakeReadOnly(const std::string& name) const {
+    std::filesystem::permissions(Path(name), kAllWrite, std::filesystem::perm_options::remove);
+  }
+
+  // Whether anything (a dangling link included) is at `name`.
+  bool Exists(const std::string& name) const {
+    return std::filesystem::symlink_status(Path(name)).type() !=
+           std::filesystem::file_type::not_found;
+  }
+
+  // The tree under the absolute `root`, sorted: "dir/" for a directory,
+  // "file=content" for a file, "link->target" for a symbolic link.
+  static std::vector<std::string> TreeAt(const std::string& root) {
+    std::vector<std::string> lines;
+    namespace fs = std::filesystem;
+    fs::path base = fs::path(root).lexically_normal();
+    if (!base.has_filename()) base = base.parent_path();
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(base)) {
+      // Lexically: fs::relative would resolve the links the listing shows.
+      std::string relative = entry.path().lexically_relative(base).string();
+      if (entry.is_symlink())
+        lines.push_back(relative + "->" + fs::read_symlink(entry.path()).string());
+      else if (entry.is_directory())
+        lines.push_back(relative + "/");
+      else
+        lines.push_back(relative + "=" + ReadBytes(entry.path().string()));
+    }
+    std::sort(lines.begin(), lines.end());
+    return lines;
+  }
+  std::vector<std::string> Tree(const std::string& name) const { return TreeAt(Path(name)); }
+
+  // Seconds since the epoch of a local wall-clock time.
+  static std::time_t LocalSeconds(int year, int month, int day, int hour, int minute, int second) {
+    std::tm fields{};
+    fields.tm_year = year - 1900;
+    fields.tm_mon = month - 1;
+    fields.tm_mday = day;
+    fields.tm_hour = hour;
+    fields.tm_min = minute;
+    fields.tm_sec = second;
+    fields.tm_isdst = -1;
+    return std::mktime(&fields);
+  }
+
+  std::time_t WriteTimeOf(const std::string& name) const {
+    auto time = std::filesystem::last_write_time(Path(name));
+    return std::chrono::system_clock::to_time_t(
+        std::chrono::time_point_cast<std::chrono::system_clock::duration>(
+            std::chrono::file_clock::to_sys(time)));
+  }
+
+  void SetWriteTime(const std::string& name, std::time_t seconds) const {
+    auto time = std::chrono::file_clock::from_sys(std::chrono::system_clock::from_time_t(seconds));
+    std::filesystem::last_write_time(Path(name), time);
+  }
+
+  ScopedTempDir dir_;
+  TestHost host_;
+};
+
+}  // namespace brivant::testing

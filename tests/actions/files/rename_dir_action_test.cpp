@@ -1,0 +1,134 @@
+#include "actions/files/rename_dir_action.h"
+
+#include "tests/actions/files/misc_action_fixture.h"
+
+namespace brivant::testing {
+namespace {
+
+class RenameDirActionTest : public MiscFileActionTest {
+ protected:
+  void SetUp() override { BuildTree(""); }
+  // a.txt, dir/inner.txt, other/ and link -> a.txt under `root`.
+  void BuildTree(const std::string& root) const {
+    MakeFile(root + "a.txt", "A");
+    MakeFile(root + "dir/inner.txt", "I");
+    MakeDir(root + "other");
+    std::filesystem::create_symlink("a.txt", Path(root + "link"));
+  }
+  bool Rename(const std::string& old_name, const std::string& new_name) {
+    TRenameDirAction action;
+    Set(action, "OldName", old_name);
+    Set(action, "NewName", new_name);
+    return host_.Run(action);
+  }
+};
+
+TEST_F(RenameDirActionTest, BareNameRenamesInPlaceAndPathMoves) {
+  struct Case {
+    std::string old_name;  // below the case's own directory
+    std::string new_name;  // "@/" stands for the case's own directory
+    const char* kind;
+    std::string new_path;
+    std::vector<std::string> tree;
+  } cases[] = {
+      {"a.txt",
+       "b.txt",
+       "file",
+       "b.txt",
+       {"b.txt=A", "dir/", "dir/inner.txt=I", "link->a.txt", "other/"}},
+      {"dir/",
+       " renamed ",
+       "directory",
+       "renamed",
+       {"a.txt=A", "link->a.txt", "other/", "renamed/", "renamed/inner.txt=I"}},
+      {"dir",
+       "@/other/dir",
+       "directory",
+       "other/dir",
+       {"a.txt=A", "link->a.txt", "other/", "other/dir/", "other/dir/inner.txt=I"}},
+      // The link itself is renamed, not the file it points to.
+      {"link",
+       "alias",
+       "file",
+       "alias",
+       {"a.txt=A", "alias->a.txt", "dir/", "dir/inner.txt=I", "other/"}},
+  };
+  int number = 0;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.old_name + " -> " + c.new_name);
+    std::string root = "case" + std::to_string(++number) + "/";
+    BuildTree(root);
+    std::string new_name =
+        c.new_name.rfind("@/", 0) == 0 ? Path(root + c.new_name.substr(2)) : c.new_name;
+    host_.messages.clear();
+    ASSERT_TRUE(Rename(Path(root + c.old_name), new_name));
+    EXPECT_EQ(Tree(root), c.tree);
+    std::string old_path = Path(root + c.old_name);
+    if (old_path.back() == '/') old_path.pop_back();
+    std::string new_path = Path(root + c.new_path);
+    EXPECT_EQ(
+        host_.messages,
+        (std::vector<LoggedMessage>{
+            {stInfo, "Renaming " + std::string(c.kind) + " " + old_path + " to " + new_path},
+            {stSuccess, "Renamed " + std::string(c.kind) + " " + old_path + " to " + new_path}}));
+  }
+}
+
+TEST_F(RenameDirActionTest, FailsClearlyAndChangesNothing) {
+  MakeFile("b.txt", "B");
+  MakeDir("empty");
+  struct Case {
+    std::string old_name;
+    std::string new_name;
+    std::vector<std::string> errors;
+  } cases[] = {
+      {Path("none"), "x", {"File or directory not found: " + Path("none")}},
+      {Path("a.txt"),
+       "b.txt",
+       {"Cannot rename " + Path("a.txt") + " to " + Path("b.txt") + ": the target already exists"}},
+      // rename(2) would replace an empty directory; the action never does.
+      {Path("dir"),
+       "empty",
+       {"Cannot rename " + Path("dir") + " to " + Path("empty") + ": the target already exists"}},
+      {Path("a.txt"), "..", {"Invalid new name \"..\" for " + Path("a.txt")}},
+      {Path("a.txt"),
+       Path("no/such/a.txt"),
+       {"Error renaming " + Path("a.txt") + " to " + Path("no/such/a.txt"),
+        "Error reason: No such file or directory"}},
+  };
+  std::vector<std::string> before = Tree("");
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.old_name + " -> " + c.new_name);
+    host_.messages.clear();
+    EXPECT_FALSE(Rename(c.old_name, c.new_name));
+    EXPECT_EQ(host_.Texts(stError), c.errors);
+    EXPECT_EQ(Tree(""), before);
+  }
+}
+
+TEST_F(RenameDirActionTest, SameNameIsAWarningOnly) {
+  ASSERT_TRUE(Rename(Path("a.txt"), "a.txt"));
+  EXPECT_EQ(host_.messages,
+            (std::vector<LoggedMessage>{
+                {stWarning, "Nothing to rename: " + Path("a.txt") + " already has that name"}}));
+}
+
+TEST_F(RenameDirActionTest, BothNamesAreRequired) {
+  TRenameDirAction action;
+  EXPECT_EQ(host_.Validate(action),
+            (std::vector<ValidationError>{
+                {"Old Name", "The file or directory to rename has not been set", 0},
+                {"New Name", "The new name has not been set", 0}}));
+  Set(action, "OldName", std::string("out/app"));
+  Set(action, "NewName", std::string("app-%VERSION%"));
+  EXPECT_EQ(action.GetFormattedDescription(),
+            "Rename File or Directory [ out/app -> app-%VERSION% ]");
+}
+
+TEST_F(RenameDirActionTest, PublishesItsProperties) {
+  TRenameDirAction action;
+  ExpectPublished(action, {{"OldName", "string", ""}, {"NewName", "string", ""}});
+}
+
+}  // namespace
+}  // namespace brivant::testing
