@@ -4,34 +4,87 @@
 // rely on.
 #include "package/bv_register.h"
 
+#include "actions/files/concat_action.h"
+#include "actions/files/copy_files_action.h"
+#include "actions/files/create_directory_action.h"
+#include "actions/files/delete_directory_action.h"
+#include "actions/files/delete_files_action.h"
+#include "actions/files/disk_info_action.h"
+#include "actions/files/file_exists_action.h"
+#include "actions/files/file_set_copy_move_action.h"
+#include "actions/files/get_file_size_action.h"
+#include "actions/files/move_directory_action.h"
+#include "actions/files/move_files_action.h"
+#include "actions/files/rename_dir_action.h"
+#include "actions/files/set_file_attributes_action.h"
+#include "actions/files/touch_files_action.h"
 #include "actions/text/create_text_file_action.h"
 #include "actions/text/read_text_file_action.h"
 #include "actions/text/write_to_text_file_action.h"
 #include "actions/values/date_time_action.h"
 #include "actions/values/random_number_action.h"
+#include "pages/file_attribute_editor.h"
 #include "pages/frames.h"
+#include "pages/property_editors.h"
 
 namespace brivant {
 namespace {
 
 constexpr const char* kFilesAndDirectories = "Files & Directories";
 constexpr const char* kMisc = "Misc";
+constexpr TBVPropertyType kString{"string"};
 
 void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
   auto action = [&services](const char* category, const TBVActionClass& action_class,
                             const char* icon) {
     services.ActionService().RegisterAction(category, action_class, icon);
   };
+  action(kFilesAndDirectories, ActionClassOf<TFileExistsAction>(), "HCHECKFILE");
+  action(kFilesAndDirectories, ActionClassOf<TCreateDirectoryAction>(), "HCREATE_DIR");
+  action(kFilesAndDirectories, ActionClassOf<TDeleteDirectoryAction>(), "HDELETE_DIR");
+  action(kFilesAndDirectories, ActionClassOf<TBVMoveDirectoryAction>(), "HMOVEDIR");
+  action(kFilesAndDirectories, ActionClassOf<TDeleteFilesAction>(), "HDELETE_FILE");
+  action(kFilesAndDirectories, ActionClassOf<TCopyFilesAction>(), "HCOPYFILES");
+  action(kFilesAndDirectories, ActionClassOf<TMoveFilesAction>(), "HMOVEFILES");
+  action(kFilesAndDirectories, ActionClassOf<TSetFileAttributesAction>(), "HSETFILEATTRIB");
+  action(kFilesAndDirectories, ActionClassOf<TTouchFilesAction>(), "HTOUCHFILES");
+  action(kFilesAndDirectories, ActionClassOf<TConcatAction>(), "HCONCAT");
+  action("Disk Management", ActionClassOf<TDiskInfoAction>(), "HDISKSPACE");
   action(kMisc, ActionClassOf<TDateTimeAction>(), "HDATETIME");
+  action(kFilesAndDirectories, ActionClassOf<TRenameDirAction>(), "HRENAMEFILE");
   action(kFilesAndDirectories, ActionClassOf<TBVCreateTextFileAction>(), "HCREATEFILE");
   action(kFilesAndDirectories, ActionClassOf<TBVWriteToTextFileAction>(), "WRITETOTEXTFILE");
+  action(kFilesAndDirectories, ActionClassOf<TBVGetFileSizeAction>(), "FILESIZE");
   action(kFilesAndDirectories, ActionClassOf<TBVReadTextFileAction>(), "READTEXTFILE");
+  action("File Sets", ActionClassOf<TBVFileSetCopyMoveAction>(), "FILESETCOPY");
   // The random number action reuses the file-size icon.
   action(kMisc, ActionClassOf<TBVRandomNumberAction>(), "FILESIZE");
 }
 
-void RegisterPropertyEditors(IBVServices& /*services*/) {
-  // None of the registered actions has an editor of its own yet.
+void RegisterPropertyEditors(IBVServices& services) {
+  auto editor = [&services](const TBVPropertyType& type, const TBVActionClass& action_class,
+                            const char* property, const TBVDesignClass& editor_class) {
+    services.ActionService().RegisterPropertyEditor(type, action_class, property, editor_class);
+  };
+  editor(kString, ActionClassOf<TFileExistsAction>(), "FileOrDirectory", pages::TFileNameEdit());
+  editor(kString, ActionClassOf<TCreateDirectoryAction>(), "FileOrDirectory",
+         pages::TSelectDirectoryEditor());
+  editor(kString, ActionClassOf<TDeleteDirectoryAction>(), "FileOrDirectory",
+         pages::TSelectDirectoryEditor());
+  editor(kString, ActionClassOf<TDeleteFilesAction>(), "FileSpec", pages::TFileNameEditEx());
+  // The delete action has no Target; the row is harmless and kept.
+  editor(kString, ActionClassOf<TDeleteFilesAction>(), "Target", pages::TFileNameEditEx());
+  editor(kString, ActionClassOf<TCopyFilesAction>(), "FileSpec", pages::TFileNameEditEx());
+  editor(kString, ActionClassOf<TCopyFilesAction>(), "Target", pages::TFileNameEditEx());
+  editor(kString, ActionClassOf<TSetFileAttributesAction>(), "FileSpec", pages::TFileNameEdit());
+  // Every TAttributeSetting property of the class.
+  editor(TBVPropertyType{"TAttributeSetting"}, ActionClassOf<TSetFileAttributesAction>(), "",
+         pages::TFileAttributeEditor::DesignClass());
+  editor(kString, ActionClassOf<TTouchFilesAction>(), "DateTimeString",
+         pages::TTouchFilesDateEditor());
+  editor(kString, ActionClassOf<TTouchFilesAction>(), "FileSpec", pages::TFileNameEdit());
+  editor(kString, ActionClassOf<TMoveFilesAction>(), "FileSpec", pages::TFileNameEditEx());
+  editor(kString, ActionClassOf<TMoveFilesAction>(), "Target", pages::TFileNameEditEx());
 }
 
 void RegisterFrames(IBVServices& services) {
@@ -39,10 +92,24 @@ void RegisterFrames(IBVServices& services) {
                             std::vector<TBVDesignClass> pages_in_order) {
     services.ActionService().RegisterActionFrames(action_class, pages_in_order);
   };
+  frames(ActionClassOf<TFileExistsAction>(), {pages::TCheckFileFrame()});
+  frames(ActionClassOf<TBVMoveDirectoryAction>(), {pages::TMoveDirectoryFrame()});
+  frames(ActionClassOf<TDeleteDirectoryAction>(), {pages::TDeleteDirFrame()});
+  frames(ActionClassOf<TDeleteFilesAction>(), {pages::TDeleteFilesFrame()});
+  frames(ActionClassOf<TSetFileAttributesAction>(), {pages::TFileAttributeFrame()});
+  frames(ActionClassOf<TMoveFilesAction>(), {pages::TCopyFrame()});
+  frames(ActionClassOf<TTouchFilesAction>(), {pages::TTouchFrame()});
+  frames(ActionClassOf<TCopyFilesAction>(), {pages::TCopyFrame()});
+  frames(ActionClassOf<TCreateDirectoryAction>(), {pages::TCreateDirectoryFrame()});
+  frames(ActionClassOf<TRenameDirAction>(), {pages::TRenameDirFrame()});
+  frames(ActionClassOf<TBVGetFileSizeAction>(), {pages::TGetFileSizeFrame()});
+  frames(ActionClassOf<TConcatAction>(), {pages::TConcatFilesFrame()});
+  frames(ActionClassOf<TDiskInfoAction>(), {pages::TDiskFreeSpaceFrame()});
   frames(ActionClassOf<TDateTimeAction>(), {pages::TGetDateTimeFrame()});
   frames(ActionClassOf<TBVCreateTextFileAction>(), {pages::TCreateFileFrame()});
   frames(ActionClassOf<TBVWriteToTextFileAction>(), {pages::TWriteToTextFileFrame()});
   frames(ActionClassOf<TBVReadTextFileAction>(), {pages::TReadFileFrame()});
+  frames(ActionClassOf<TBVFileSetCopyMoveAction>(), {pages::TFileSetCopyMoveFrame()});
   frames(ActionClassOf<TBVRandomNumberAction>(), {pages::TRandomFrame()});
 }
 

@@ -5,6 +5,71 @@ namespace {
 constexpr std::string_view kFrame = "TFrame";
 }
 
+const TBVDesignClass& TCheckFileFrame() {
+  static const TBVDesignClass frame{"TCheckFileFrame", kFrame, {"FileOrDirectory", "CheckType", "CheckNotExists", "ResultVariable"}};
+  return frame;
+}
+
+const TBVDesignClass& TMoveDirectoryFrame() {
+  static const TBVDesignClass frame{"TMoveDirectoryFrame", kFrame, {"SourceDirectory", "TargetDirectory", "Force", "MergeIntoExisting", "OverwriteFiles"}};
+  return frame;
+}
+
+const TBVDesignClass& TDeleteDirFrame() {
+  static const TBVDesignClass frame{"TDeleteDirFrame", kFrame, {"FileOrDirectory", "DeleteTree", "DeleteReadOnly", "DeleteHidden", "LogDeletedFiles", "EnableDelay", "FailIfNoDirectory"}};
+  return frame;
+}
+
+const TBVDesignClass& TDeleteFilesFrame() {
+  static const TBVDesignClass frame{"TDeleteFilesFrame", kFrame, {"FileSpec", "DeleteReadOnly", "DeleteHidden", "FailIfNoFile", "LogFilesDeleted"}};
+  return frame;
+}
+
+const TBVDesignClass& TFileAttributeFrame() {
+  static const TBVDesignClass frame{"TFileAttributeFrame", kFrame, {"FileSpec", "Recurse", "UseFileSet", "FileSetName", "ReadOnly", "Archive", "SystemFile", "Hidden", "FailIfFileNotFound", "LogAllFiles"}};
+  return frame;
+}
+
+const TBVDesignClass& TCopyFrame() {
+  static const TBVDesignClass frame{"TCopyFrame", kFrame, {"FileSpec", "Target", "TargetIsDir", "Force", "Recurse", "FailIfExists", "OverwriteReadOnly", "ClearAttributes", "FailIfZeroFiles", "LogFilesAffected"}};
+  return frame;
+}
+
+const TBVDesignClass& TTouchFrame() {
+  static const TBVDesignClass frame{"TTouchFrame", kFrame, {"FileSpec", "Recurse", "UseCurrentDateTime", "DateTimeString", "CreateIfMissing", "FailIfZeroFiles", "LogFilesAffected"}};
+  return frame;
+}
+
+const TBVDesignClass& TCreateDirectoryFrame() {
+  static const TBVDesignClass frame{"TCreateDirectoryFrame", kFrame, {"FileOrDirectory", "Force"}};
+  return frame;
+}
+
+const TBVDesignClass& TRenameDirFrame() {
+  static const TBVDesignClass frame{"TRenameDirFrame", kFrame, {"OldName", "NewName"}};
+  return frame;
+}
+
+const TBVDesignClass& TGetFileSizeFrame() {
+  static const TBVDesignClass frame{"TGetFileSizeFrame", kFrame, {"FileName", "BVVariable", "Units"}};
+  return frame;
+}
+
+const TBVDesignClass& TConcatFilesFrame() {
+  static const TBVDesignClass frame{"TConcatFilesFrame", kFrame, {"SourceFiles", "TargetFile", "Separator", "AddLineBreaks", "AppendToTarget", "LogFilesAffected"}};
+  return frame;
+}
+
+const TBVDesignClass& TDiskFreeSpaceFrame() {
+  static const TBVDesignClass frame{"TDiskFreeSpaceFrame", kFrame, {"Path", "Units", "FreeSpaceVariable", "TotalSpaceVariable", "MinimumFreeSpace"}};
+  return frame;
+}
+
+const TBVDesignClass& TFileSetCopyMoveFrame() {
+  static const TBVDesignClass frame{"TFileSetCopyMoveFrame", kFrame, {"FileSetName", "Operation", "TargetDirectory", "OverwriteMode", "OverwriteReadOnly", "RefreshFileSet", "FailIfZeroFiles", "LogFilesAffected"}};
+  return frame;
+}
+
 const TBVDesignClass& TGetDateTimeFrame() {
   static const TBVDesignClass frame{
       "TGetDateTimeFrame",

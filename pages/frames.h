@@ -7,6 +7,19 @@
 
 namespace brivant::pages {
 
+const TBVDesignClass& TCheckFileFrame();
+const TBVDesignClass& TMoveDirectoryFrame();
+const TBVDesignClass& TDeleteDirFrame();
+const TBVDesignClass& TDeleteFilesFrame();
+const TBVDesignClass& TFileAttributeFrame();
+const TBVDesignClass& TCopyFrame();
+const TBVDesignClass& TTouchFrame();
+const TBVDesignClass& TCreateDirectoryFrame();
+const TBVDesignClass& TRenameDirFrame();
+const TBVDesignClass& TGetFileSizeFrame();
+const TBVDesignClass& TConcatFilesFrame();
+const TBVDesignClass& TDiskFreeSpaceFrame();
+const TBVDesignClass& TFileSetCopyMoveFrame();
 const TBVDesignClass& TGetDateTimeFrame();
 const TBVDesignClass& TCreateFileFrame();
 const TBVDesignClass& TWriteToTextFileFrame();

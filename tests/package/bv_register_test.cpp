@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -136,6 +138,28 @@ const std::vector<std::pair<std::string, std::vector<std::string>>> kExpectedFra
     {"TBVJPEGLosslessTransformAction", {"TJPEGLosslessTransformFilesFrame", "TJPEGLosslessTransformFrame"}},
 };
 
+// The designer's property editors, in registration order: "class.property:type=editor".
+const std::vector<std::string> kExpectedEditors = {
+    "TFileExistsAction.FileOrDirectory:string=TFileNameEdit",
+    "TCreateDirectoryAction.FileOrDirectory:string=TSelectDirectoryEditor",
+    "TDeleteDirectoryAction.FileOrDirectory:string=TSelectDirectoryEditor",
+    "TDeleteFilesAction.FileSpec:string=TFileNameEditEx",
+    "TDeleteFilesAction.Target:string=TFileNameEditEx",
+    "TCopyFilesAction.FileSpec:string=TFileNameEditEx",
+    "TCopyFilesAction.Target:string=TFileNameEditEx",
+    "TSetFileAttributesAction.FileSpec:string=TFileNameEdit",
+    "TSetFileAttributesAction.:TAttributeSetting=TFileAttributeEditor",
+    "TReadIniFileAction.IniFile:string=TIniFileNameEdit",
+    "TWriteIniFileAction.IniFile:string=TIniFileNameEdit",
+    "TReadIniFileAction.VariableName:string=TIniVariableEditor",
+    "TTouchFilesAction.DateTimeString:string=TTouchFilesDateEditor",
+    "TTouchFilesAction.FileSpec:string=TFileNameEdit",
+    "TRunProgramAction.ProgramName:string=TRunProgEditor",
+    "TRunProgramAction.StartInDir:string=TStartDirectoryEditor",
+    "TMoveFilesAction.FileSpec:string=TFileNameEditEx",
+    "TMoveFilesAction.Target:string=TFileNameEditEx",
+};
+
 // Records every registration call, in order.
 class RecordingServices : public IBVServices,
                           ICoreActionService,
@@ -151,9 +175,27 @@ class RecordingServices : public IBVServices,
   };
   std::vector<Action> actions;
   std::vector<std::pair<std::string, std::vector<std::string>>> frames;
+  std::vector<std::string> editors;
   std::vector<std::string> calls;  // "action X", "method X.Reset", "constant N=V", "editor ...", "frames X"
   int design_time_queries = 0;
-  std::vector<std::string> unknown_page_properties;
+  // Pages shared by several actions, with the tables of all of them.
+  std::map<std::string, std::vector<const PropertyTable*>> page_tables;
+  std::map<std::string, std::vector<std::string_view>> page_properties;
+
+  // Properties a page edits that none of its actions publishes (a page shared
+  // by actions shows a control only where the action has the property).
+  std::vector<std::string> UnknownPageProperties() const {
+    std::vector<std::string> unknown;
+    for (const auto& [page, properties] : page_properties) {
+      for (std::string_view property : properties) {
+        bool published = false;
+        for (const PropertyTable* table : page_tables.at(page))
+          published = published || table->Find(property) != nullptr;
+        if (!published) unknown.push_back(page + "." + std::string(property));
+      }
+    }
+    return unknown;
+  }
 
   bool IsDesignTime() override {
     ++design_time_queries;
@@ -171,18 +213,17 @@ class RecordingServices : public IBVServices,
   }
   void RegisterPropertyEditor(const TBVPropertyType& type, const TBVActionClass& action_class,
                               const std::string& property, const TBVDesignClass& editor) override {
-    calls.push_back("editor " + std::string(action_class.Name()) + "." + property + ":" +
-                    std::string(type.name) + "=" + std::string(editor.name));
+    editors.push_back(std::string(action_class.Name()) + "." + property + ":" +
+                      std::string(type.name) + "=" + std::string(editor.name));
+    calls.push_back("editor " + editors.back());
   }
   void RegisterActionFrames(const TBVActionClass& action_class,
                             const std::vector<TBVDesignClass>& pages) override {
     std::vector<std::string> names;
     for (const TBVDesignClass& page : pages) {
       names.emplace_back(page.name);
-      for (std::string_view property : page.edited_properties) {
-        if (action_class.Properties().Find(property) == nullptr)
-          unknown_page_properties.push_back(std::string(page.name) + "." + std::string(property));
-      }
+      page_tables[std::string(page.name)].push_back(&action_class.Properties());
+      page_properties[std::string(page.name)] = page.edited_properties;
     }
     frames.emplace_back(std::string(action_class.Name()), names);
     calls.push_back("frames " + std::string(action_class.Name()));
@@ -259,6 +300,29 @@ TEST(BVRegister, DesignerGetsEachActionsPagesInTableOrder) {
   }
 }
 
+TEST(BVRegister, DesignerGetsTheEditorsOfRegisteredActionsInTableOrder) {
+  RecordingServices services(/*design_time=*/true);
+  BVRegister(&services);
+  ASSERT_FALSE(services.editors.empty());
+  size_t next = 0;
+  for (const std::string& editor : services.editors) {
+    SCOPED_TRACE(editor);
+    while (next < kExpectedEditors.size() && kExpectedEditors[next] != editor) ++next;
+    ASSERT_LT(next, kExpectedEditors.size()) << "editor out of order or not in the table";
+    ++next;
+  }
+  // Editors come after every action and before every page set.
+  size_t last_action = 0, first_editor = services.calls.size(), first_frames = services.calls.size();
+  for (size_t i = 0; i < services.calls.size(); ++i) {
+    const std::string& call = services.calls[i];
+    if (call.rfind("action", 0) == 0) last_action = i;
+    if (call.rfind("editor", 0) == 0) first_editor = std::min(first_editor, i);
+    if (call.rfind("frames", 0) == 0) first_frames = std::min(first_frames, i);
+  }
+  EXPECT_LT(last_action, first_editor);
+  EXPECT_LT(first_editor, first_frames);
+}
+
 // Every registered class: defaults in the table are what the constructor
 // sets, pages edit published properties, and the alias list opens with the
 // inherited lines followed by a section line.
@@ -287,7 +351,7 @@ TEST(BVRegister, EveryRegisteredClassAgreesWithItsPropertyTable) {
       }
     }
   }
-  EXPECT_EQ(services.unknown_page_properties, std::vector<std::string>{});
+  EXPECT_EQ(services.UnknownPageProperties(), std::vector<std::string>{});
 }
 
 }  // namespace

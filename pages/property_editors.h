@@ -1,0 +1,29 @@
+// The designer's property editors the package registers: file and directory
+// pickers with the dialog settings each one uses, and the date editor of
+// Touch File(s). The host's own editors (TFileNameEdit, TSelectDirectoryEditor)
+// are named here so that registrations can refer to them.
+#pragma once
+
+#include <string_view>
+
+#include "package/registration.h"
+
+namespace brivant::pages {
+
+// Title, filter (description|pattern pairs joined by '|') and default
+// extension of a file dialog.
+struct FileDialogSettings {
+  std::string_view title;
+  std::string_view filter;
+  std::string_view default_extension;
+};
+
+const TBVDesignClass& TFileNameEdit();           // the host's file browse dialog
+const TBVDesignClass& TSelectDirectoryEditor();  // the host's directory browse dialog
+const TBVDesignClass& TFileNameEditEx();
+const TBVDesignClass& TTouchFilesDateEditor();
+
+// The dialog of TFileNameEditEx.
+const FileDialogSettings& FileNameEditExDialog();
+
+}  // namespace brivant::pages
