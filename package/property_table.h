@@ -256,4 +256,16 @@ PropertyInfo Property(std::string_view name, G (C::*getter)() const, void (C::*s
   return info;
 }
 
+// A read-only result property (a count, a return code): published so that
+// scripts can read it, never stored.
+template <class C, class G>
+PropertyInfo ReadOnlyProperty(std::string_view name, G (C::*getter)() const) {
+  using T = std::remove_cvref_t<G>;
+  using K = property_detail::Kind<T>;
+  PropertyInfo info = property_detail::DescribeType<T>(name);
+  info.get = [getter](const TOXXMLObject& o) { return K::To((static_cast<const C&>(o).*getter)()); };
+  info.stored = false;
+  return info;
+}
+
 }  // namespace brivant

@@ -13,6 +13,8 @@
 #include <ctime>
 #include <memory>
 
+#include "platform/file_descriptor.h"
+
 namespace brivant::platform {
 namespace {
 
@@ -24,26 +26,6 @@ constexpr size_t kFallbackBuffer = 1 << 20;
 constexpr size_t kMaxTemporaryNameStem = 200;
 constexpr char kDosAttributeName[] = "user.DOSATTRIB";
 
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  ~Descriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  int Get() const { return fd_; }
-  // close can report a deferred write failure (network file systems).
-  int Close() {
-    int result = ::close(fd_);
-    fd_ = -1;
-    return result == 0 ? 0 : errno;
-  }
-
- private:
-  int fd_;
-};
 
 // The file a copy writes: the target itself when it did not exist, else a
 // temporary beside it. Removed on every exit unless committed.
@@ -207,7 +189,7 @@ int CopyDosAttributes(int from, int to) {
 }
 
 // Mode and times go on last: writing would move the time again.
-int FinishOutput(Descriptor* file, int from, const struct stat& source_info) {
+int FinishOutput(FileDescriptor* file, int from, const struct stat& source_info) {
   if (::fchmod(file->Get(), source_info.st_mode & 07777) != 0 && errno != EPERM &&
       errno != ENOTSUP) {
     return errno;
@@ -289,7 +271,7 @@ OsError CopyFileWithProgress(const std::string& source, const std::string& targe
     return OsError::FromCode(ECANCELED, source);
   }
   // O_NONBLOCK: opening a named pipe must not hang waiting for a writer.
-  Descriptor input(::open(source.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+  FileDescriptor input(::open(source.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
   if (input.Get() < 0) return OsError::FromCode(errno, source);
   OsResult<struct stat> source_info = CheckSource(source, input.Get());
   if (!source_info.IsOk()) return source_info.Error();
@@ -298,7 +280,7 @@ OsError CopyFileWithProgress(const std::string& source, const std::string& targe
   PartialFile partial;
   OsResult<int> created = CreateOutput(target, fail_if_exists, info.st_mode & 0777, &partial);
   if (!created.IsOk()) return created.Error();
-  Descriptor output(created.Value());
+  FileDescriptor output(created.Value());
   ContentCopier copier(input.Get(), output.Get(), static_cast<uint64_t>(info.st_size));
   if (OsError error = CopyContent(&copier, source, target, progress, cancel)) return error;
   if (int error = FinishOutput(&output, input.Get(), info)) return OsError::FromCode(error, target);

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/file_descriptor.h"
+
 namespace brivant::platform {
 namespace {
 
@@ -29,27 +31,6 @@ std::string ErrorText(int code) {
   return PickErrorText(strerror_r(code, buffer, sizeof buffer), buffer);
 }
 
-// Closes a descriptor on every exit path; Close() reports the error that
-// close itself can return (a deferred write failure on some file systems).
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int fd) : fd_(fd) {}
-  ~FileDescriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-
-  int Get() const { return fd_; }
-  int Close() {
-    int result = ::close(fd_);
-    fd_ = -1;
-    return result == 0 ? 0 : errno;
-  }
-
- private:
-  int fd_;
-};
 
 // Returns 0 or the errno of the failed write.
 int WriteAll(int fd, std::string_view bytes) {

@@ -18,9 +18,7 @@ const PropertyTable& TConcatAction::Properties() {
           Property("AddLineBreaks", &T::add_line_breaks_).Default("False"),
           Property("AppendToTarget", &T::append_to_target_).Default("False"),
           Property("LogFilesAffected", &T::log_files_affected_).Default("True"),
-          Property("FilesAffected", &T::GetFilesAffected,
-                   static_cast<void (T::*)(int32_t)>(nullptr))
-              .NotStored()
+          ReadOnlyProperty("FilesAffected", &T::GetFilesAffected)
               .Default("0"),
       });
   return table;

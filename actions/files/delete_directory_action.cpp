@@ -10,6 +10,7 @@
 #include "platform/file_attributes.h"
 #include "platform/file_operations.h"
 #include "platform/file_system.h"
+#include "platform/paths.h"
 
 namespace brivant {
 namespace {
@@ -31,10 +32,6 @@ class EDeleteOsError : public std::runtime_error {
 
 [[noreturn]] void RaiseOsError(const platform::OsError& error) { throw EDeleteOsError(error); }
 
-std::string WithoutTrailingSlashes(std::string path) {
-  while (path.size() > 1 && path.back() == '/') path.pop_back();
-  return path;
-}
 
 std::string JoinPath(const std::string& dir, const std::string& name) {
   return !dir.empty() && dir.back() == '/' ? dir + name : dir + "/" + name;
@@ -195,7 +192,7 @@ void TDeleteDirectoryAction::DeleteDirectory(const std::string& dir) {
   }
   // Every call below uses this absolute path, so leaving the working
   // directory cannot change what a relative name refers to.
-  std::string path = PhysicalPath(WithoutTrailingSlashes(absolute));
+  std::string path = PhysicalPath(platform::WithoutTrailingSlashes(absolute));
   if (path == "/") throw std::runtime_error("refusing to delete the root directory");
   LeaveDirectory(path);
 
@@ -205,7 +202,7 @@ void TDeleteDirectoryAction::DeleteDirectory(const std::string& dir) {
   // A link given as the directory is removed as a link, its target untouched.
   if (!is_link) {
     if (attributes.IsOk()) ClearOwnAttributes(path, attributes.Value());
-    if (delete_tree_) DelTree(path, WithoutTrailingSlashes(dir));
+    if (delete_tree_) DelTree(path, platform::WithoutTrailingSlashes(dir));
   }
   if (enable_delay_) Sleep(kDelayMs);
   RemoveDirectoryWithRetry(path, kTopRetryWaitMs);

@@ -30,9 +30,7 @@ const PropertyTable& TCustomDeleteFilesAction::Properties() {
           Property("DeleteHidden", &T::delete_hidden_).Default("False"),
           Property("FailIfNoFile", &T::fail_if_no_file_).Default("True"),
           Property("LogFilesDeleted", &T::log_files_deleted_).NotStored().Default("False"),
-          Property("FilesAffected", &T::GetFilesAffected,
-                   static_cast<void (T::*)(int32_t)>(nullptr))
-              .NotStored()
+          ReadOnlyProperty("FilesAffected", &T::GetFilesAffected)
               .Default("0"),
       });
   return table;

@@ -1,12 +1,12 @@
 #include "actions/files/file_set_copy_move_action.h"
 
-#include <filesystem>
 #include <tuple>
 
 #include "package/string_utils.h"
 #include "platform/file_attributes.h"
 #include "platform/file_operations.h"
 #include "platform/file_system.h"
+#include "platform/paths.h"
 
 namespace brivant {
 namespace {
@@ -20,21 +20,7 @@ struct Verbs {
 constexpr Verbs kCopyVerbs{"copy", "Copying", "Copied", "copied"};
 constexpr Verbs kMoveVerbs{"move", "Moving", "Moved", "moved"};
 
-std::string WithoutTrailingSlashes(std::string path) {
-  while (path.size() > 1 && path.back() == '/') path.pop_back();
-  return path;
-}
 
-// An absolute, lexically normal form, to recognise a target that is the
-// source itself however it is written. Links are not resolved.
-std::string ComparablePath(const std::string& path) {
-  std::string absolute = path;
-  if (path.empty() || path.front() != '/') {
-    platform::OsResult<std::string> current = platform::GetCurrentDirectory();
-    if (current.IsOk()) absolute = current.Value() + "/" + path;
-  }
-  return WithoutTrailingSlashes(std::filesystem::path(absolute).lexically_normal().string());
-}
 
 // Compared to the second; copies keep the last-write time, so a file copied
 // by an earlier run is not newer.
@@ -68,9 +54,7 @@ const PropertyTable& TBVFileSetCopyMoveAction::Properties() {
           Property("RefreshFileSet", &T::refresh_file_set_).Default("True"),
           Property("FailIfZeroFiles", &T::fail_if_zero_files_).Default("True"),
           Property("LogFilesAffected", &T::log_files_affected_).Default("True"),
-          Property("FilesAffected", &T::GetFilesAffected,
-                   static_cast<void (T::*)(int32_t)>(nullptr))
-              .NotStored()
+          ReadOnlyProperty("FilesAffected", &T::GetFilesAffected)
               .Default("0"),
       });
   return table;
@@ -217,7 +201,7 @@ bool TBVFileSetCopyMoveAction::CopyOrMoveAll(const std::vector<std::string>& fil
                                              const std::string& base_directory,
                                              const std::string& target) {
   std::string prefix = base_directory == "/" ? "/" : base_directory + "/";
-  std::string comparable_target = ComparablePath(target);
+  std::string comparable_target = platform::AbsoluteNormalPath(target);
   for (const std::string& source : files) {
     if (cancel_ || IsStopSignalled()) {
       EndGroup(stError);
@@ -229,7 +213,7 @@ bool TBVFileSetCopyMoveAction::CopyOrMoveAll(const std::vector<std::string>& fil
       return false;
     }
     std::string relative = source.substr(prefix.size());
-    if (comparable_target + "/" + relative == ComparablePath(source)) {
+    if (comparable_target + "/" + relative == platform::AbsoluteNormalPath(source)) {
       SendMessage("Skipping same file " + source, stInfo);
       continue;
     }
@@ -248,7 +232,7 @@ bool TBVFileSetCopyMoveAction::Execute() {
 bool TBVFileSetCopyMoveAction::DoFileSetOperation(IBVFileSet& file_set) {
   std::string target;
   if (!TryExpandExpression("Target Directory", target_directory_, target, true)) return false;
-  target = WithoutTrailingSlashes(Trim(target));
+  target = platform::WithoutTrailingSlashes(Trim(target));
   if (target.empty()) {
     SendMessage("The target directory has not been set", stError);
     return false;
@@ -262,7 +246,7 @@ bool TBVFileSetCopyMoveAction::DoFileSetOperation(IBVFileSet& file_set) {
     }
   }
   std::vector<std::string> files = file_set.GetFiles();
-  std::string base_directory = WithoutTrailingSlashes(file_set.GetBaseDir());
+  std::string base_directory = platform::WithoutTrailingSlashes(file_set.GetBaseDir());
   const Verbs& verbs = IsMove() ? kMoveVerbs : kCopyVerbs;
   SendMessage(std::string(verbs.doing) + " fileset " + GetFileSetName() + " (" +
                   std::to_string(files.size()) + " files) from " + base_directory + " to " + target,

@@ -1,36 +1,22 @@
 #include "actions/files/move_directory_action.h"
 
 #include <cerrno>
-#include <filesystem>
 
 #include "package/property_table.h"
 #include "package/string_utils.h"
 #include "platform/file_attributes.h"
 #include "platform/file_operations.h"
 #include "platform/file_system.h"
+#include "platform/paths.h"
 
 namespace brivant {
 namespace {
 
-std::string WithoutTrailingSlashes(std::string path) {
-  while (path.size() > 1 && path.back() == '/') path.pop_back();
-  return path;
-}
 
-// An absolute, lexically normal form, so that "a" and "./a/b" compare as
-// parent and child. Links are not resolved.
-std::string ComparablePath(const std::string& path) {
-  std::string absolute = path;
-  if (path.empty() || path.front() != '/') {
-    platform::OsResult<std::string> current = platform::GetCurrentDirectory();
-    if (current.IsOk()) absolute = current.Value() + "/" + path;
-  }
-  return WithoutTrailingSlashes(std::filesystem::path(absolute).lexically_normal().string());
-}
 
 bool IsSameOrInside(const std::string& path, const std::string& directory) {
-  std::string normal_path = ComparablePath(path);
-  std::string normal_directory = ComparablePath(directory);
+  std::string normal_path = platform::AbsoluteNormalPath(path);
+  std::string normal_directory = platform::AbsoluteNormalPath(directory);
   if (normal_path == normal_directory) return true;
   std::string prefix = normal_directory == "/" ? "/" : normal_directory + "/";
   return normal_path.compare(0, prefix.size(), prefix) == 0;
@@ -301,8 +287,8 @@ bool TBVMoveDirectoryAction::Execute() {
   std::string target;
   if (!TryExpandExpression("Source Directory", source_directory_, source, true)) return false;
   if (!TryExpandExpression("Target Directory", target_directory_, target, true)) return false;
-  source = WithoutTrailingSlashes(Trim(source));
-  target = WithoutTrailingSlashes(Trim(target));
+  source = platform::WithoutTrailingSlashes(Trim(source));
+  target = platform::WithoutTrailingSlashes(Trim(target));
   if (source.empty() || target.empty()) {
     SendMessage(source.empty() ? "The source directory has not been set"
                                : "The target directory has not been set",

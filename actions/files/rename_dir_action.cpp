@@ -6,17 +6,9 @@
 #include "package/string_utils.h"
 #include "platform/file_attributes.h"
 #include "platform/file_system.h"
+#include "platform/paths.h"
 
 namespace brivant {
-namespace {
-
-// "dir/" names the directory itself; the root keeps its one slash.
-std::string WithoutTrailingSlashes(std::string path) {
-  while (path.size() > 1 && path.back() == '/') path.pop_back();
-  return path;
-}
-
-}  // namespace
 
 const PropertyTable& TRenameDirAction::Properties() {
   using T = TRenameDirAction;
@@ -56,8 +48,8 @@ bool TRenameDirAction::Execute() {
   std::string new_name;
   if (!TryExpandExpression("Old Name", old_name_, old_path, true)) return false;
   if (!TryExpandExpression("New Name", new_name_, new_name, true)) return false;
-  old_path = WithoutTrailingSlashes(Trim(old_path));
-  new_name = WithoutTrailingSlashes(Trim(new_name));
+  old_path = platform::WithoutTrailingSlashes(Trim(old_path));
+  new_name = platform::WithoutTrailingSlashes(Trim(new_name));
   if (old_path.empty() || new_name.empty()) {
     SendMessage(old_path.empty() ? "The file or directory to rename has not been set"
                                  : "The new name has not been set",

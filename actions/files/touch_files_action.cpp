@@ -103,9 +103,7 @@ const PropertyTable& TTouchFilesAction::Properties() {
           Property("CreateIfMissing", &T::create_if_missing_).Default("False"),
           Property("FailIfZeroFiles", &T::fail_if_zero_files_).Default("True"),
           Property("LogFilesAffected", &T::log_files_affected_).Default("True"),
-          Property("FilesAffected", &T::GetFilesAffected,
-                   static_cast<void (T::*)(int32_t)>(nullptr))
-              .NotStored()
+          ReadOnlyProperty("FilesAffected", &T::GetFilesAffected)
               .Default("0"),
       });
   return table;

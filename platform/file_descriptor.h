@@ -1,0 +1,32 @@
+// Inside platform/ only: a descriptor closed on every exit path.
+#pragma once
+
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace brivant::platform {
+
+class FileDescriptor {
+ public:
+  explicit FileDescriptor(int fd) : fd_(fd) {}
+  ~FileDescriptor() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+
+  int Get() const { return fd_; }
+  // close can report a deferred write failure (network file systems); 0 or
+  // the errno.
+  int Close() {
+    int result = ::close(fd_);
+    fd_ = -1;
+    return result == 0 ? 0 : errno;
+  }
+
+ private:
+  int fd_;
+};
+
+}  // namespace brivant::platform
