@@ -6,6 +6,7 @@
 
 #include "package/property_table.h"
 #include "package/string_utils.h"
+#include "platform/directory.h"
 #include "platform/file_attributes.h"
 #include "platform/file_system.h"
 #include "platform/find_files.h"
@@ -118,6 +119,7 @@ void TCustomCopyFilesAction::GetPropertyHelp(TStrings& list) const {
 }
 
 bool TCustomCopyFilesAction::Execute() {
+  last_forced_directory_.clear();
   files_affected_ = 0;
   cancel_ = false;
   std::string source;
@@ -182,9 +184,12 @@ bool TCustomCopyFilesAction::DoRecursiveCopyMove(const std::string& spec, const 
     const std::string source = directory + entry.name;
     const std::string destination = target_is_dir_ ? target_directory + "/" + entry.name : target;
     const std::string destination_directory = ExtractFilePath(destination);
-    if (force_ && !destination_directory.empty()) {
+    // Every file of a directory goes to the same place: create it once.
+    if (force_ && !destination_directory.empty() &&
+        destination_directory != last_forced_directory_) {
       if (platform::OsError error = platform::CreateDirectories(destination_directory))
         return FailFile(source, destination, kWin32Error + error.message);
+      last_forced_directory_ = destination_directory;
     }
     if (!ProcessFile(source, destination)) return false;
   }
@@ -195,15 +200,20 @@ bool TCustomCopyFilesAction::DoRecursiveCopyMove(const std::string& spec, const 
 void TCustomCopyFilesAction::CopySubdirectories(const std::string& directory,
                                                 const std::string& mask,
                                                 const std::string& target_directory) {
-  platform::OsResult<std::vector<platform::FoundEntry>> found =
-      platform::FindFiles(directory + "*", platform::kFindAnyAttribute);
+  // Only the names and kinds of the entries matter here, so the plain listing
+  // (no per-entry attribute lookups) serves: it halves the system calls of a
+  // recursive copy. It finds the same directories, hidden ones included, and
+  // reports links as links, which are never entered.
+  const std::string listed = directory.empty() ? "." : directory;
+  platform::OsResult<std::vector<platform::DirectoryEntry>> found =
+      platform::ListDirectory(listed);
   if (!found.IsOk()) {
     CloseFileGroup();
     SendMessage("could not search " + directory + "*: " + found.Error().message, stError);
     return;
   }
-  for (const platform::FoundEntry& entry : found.Value()) {
-    if (!entry.IsDirectory() || entry.IsLink() || entry.name == "." || entry.name == "..") continue;
+  for (const platform::DirectoryEntry& entry : found.Value()) {
+    if (entry.type != platform::EntryType::kDirectory) continue;
     // After a cancel every further copy would fail the same way.
     if (cancel_) return;
     // A failure inside a subdirectory is logged there and the walk goes on

@@ -88,6 +88,8 @@ class TCustomCopyFilesAction : public TBVAction {
   bool recurse_ = false;
   bool clear_attributes_ = false;
   bool fail_if_zero_files_ = true;
+  // The destination directory Force created last in this run.
+  std::string last_forced_directory_;
   int32_t files_affected_ = 0;
   bool log_files_affected_ = true;
 
