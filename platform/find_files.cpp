@@ -116,7 +116,7 @@ class DirectoryStream {
 
 // A name without wildcards is looked up directly: a big directory need not
 // be read to find one file.
-OsResult<std::vector<FoundEntry>> FindOne(const std::string& file_specification,
+OsResult<std::vector<FoundEntry>> FindOne(const std::string& file_spec,
                                           const std::string& directory, std::string_view name,
                                           EntryDescriber* describer) {
   std::vector<FoundEntry> found;
@@ -125,7 +125,7 @@ OsResult<std::vector<FoundEntry>> FindOne(const std::string& file_specification,
   int error = describer->Describe(AT_FDCWD, entry.name.c_str(), &entry);
   if (error == ENOENT) return found;
   if (error == ENOTDIR || error == EACCES) return OsError::FromCode(error, directory);
-  if (error != 0) return OsError::FromCode(error, file_specification);
+  if (error != 0) return OsError::FromCode(error, file_spec);
   if (describer->Admits(entry)) found.push_back(std::move(entry));
   return found;
 }
@@ -235,19 +235,19 @@ bool HasWildcards(std::string_view text) {
   return text.find_first_of("*?") != std::string_view::npos;
 }
 
-OsResult<std::vector<FoundEntry>> FindFiles(const std::string& file_specification,
+OsResult<std::vector<FoundEntry>> FindFiles(const std::string& file_spec,
                                             uint32_t attribute_mask) {
-  size_t slash = file_specification.rfind('/');
+  size_t slash = file_spec.rfind('/');
   std::string directory = ".";
   std::string prefix;
   if (slash != std::string::npos) {
-    directory = slash == 0 ? "/" : file_specification.substr(0, slash);
-    prefix = file_specification.substr(0, slash + 1);
+    directory = slash == 0 ? "/" : file_spec.substr(0, slash);
+    prefix = file_spec.substr(0, slash + 1);
   }
-  std::string_view mask = std::string_view(file_specification).substr(prefix.size());
+  std::string_view mask = std::string_view(file_spec).substr(prefix.size());
   if (mask.empty()) return std::vector<FoundEntry>();
   EntryDescriber describer(std::move(prefix), attribute_mask);
-  if (!HasWildcards(mask)) return FindOne(file_specification, directory, mask, &describer);
+  if (!HasWildcards(mask)) return FindOne(file_spec, directory, mask, &describer);
   return FindMatching(directory, mask, describer);
 }
 

@@ -48,7 +48,7 @@ inline constexpr uint32_t kFindAnyAttribute = 0x1FF;
 /// is looked up directly, without reading the directory. Safe to call from
 /// several threads; a large directory is described by a few threads of its
 /// own.
-[[nodiscard]] OsResult<std::vector<FoundEntry>> FindFiles(const std::string& file_specification,
+[[nodiscard]] OsResult<std::vector<FoundEntry>> FindFiles(const std::string& file_spec,
                                                           uint32_t attribute_mask);
 
 /// Whether `name` matches `mask` by the rules above.

@@ -1,6 +1,6 @@
-// "Touch File(s)": sets the last-write time of the files a file
-// specification selects, optionally in every subdirectory, to now or to a
-// given date and time; can create a missing file, as touch does.
+// "Touch File(s)": sets the last-write time of the files that a file spec
+// selects, optionally in every subdirectory, to now or to a given date and
+// time; can create a missing file.
 #pragma once
 
 #include <cstdint>

@@ -27,17 +27,17 @@ constexpr uint32_t kLink = kFileAttributeReparsePoint;
 
 class FindFilesTest : public TempDirTest {
  protected:
-  std::vector<FoundEntry> Find(const std::string& file_specification,
+  std::vector<FoundEntry> Find(const std::string& file_spec,
                                uint32_t mask = kFindAnyAttribute) const {
-    OsResult<std::vector<FoundEntry>> found = FindFiles(file_specification, mask);
+    OsResult<std::vector<FoundEntry>> found = FindFiles(file_spec, mask);
     EXPECT_TRUE(found.IsOk()) << found.Error().Describe();
     return found.IsOk() ? found.Value() : std::vector<FoundEntry>();
   }
 
-  std::vector<std::string> Names(const std::string& file_specification,
+  std::vector<std::string> Names(const std::string& file_spec,
                                  uint32_t mask = kFindAnyAttribute) const {
     std::vector<std::string> names;
-    for (const FoundEntry& entry : Find(file_specification, mask)) names.push_back(entry.name);
+    for (const FoundEntry& entry : Find(file_spec, mask)) names.push_back(entry.name);
     return names;
   }
 
@@ -208,10 +208,10 @@ TEST_F(FindFilesTest, NameWithoutWildcardsFindsJustThatEntry) {
 }
 
 TEST_F(FindFilesTest, MissingDirectoryIsAnEmptyAnswer) {
-  for (const std::string& file_specification :
+  for (const std::string& file_spec :
        {PathOf("missing/*"), PathOf("missing/name"), PathOf("dir/"), std::string()}) {
-    SCOPED_TRACE(file_specification);
-    OsResult<std::vector<FoundEntry>> found = FindFiles(file_specification, kFindAnyAttribute);
+    SCOPED_TRACE(file_spec);
+    OsResult<std::vector<FoundEntry>> found = FindFiles(file_spec, kFindAnyAttribute);
     ASSERT_TRUE(found.IsOk()) << found.Error().Describe();
     EXPECT_TRUE(found.Value().empty());
   }
@@ -221,7 +221,7 @@ TEST_F(FindFilesTest, UnreadableDirectoryIsAnError) {
   Put("file", "");
   fs::create_symlink("loop", PathOf("loop"));
   const struct {
-    std::string file_specification;
+    std::string file_spec;
     int code;
     const char* message;
     std::string path;
@@ -231,8 +231,8 @@ TEST_F(FindFilesTest, UnreadableDirectoryIsAnError) {
       {PathOf("loop/*"), ELOOP, "Too many levels of symbolic links", PathOf("loop")},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.file_specification);
-    OsResult<std::vector<FoundEntry>> found = FindFiles(c.file_specification, kFindAnyAttribute);
+    SCOPED_TRACE(c.file_spec);
+    OsResult<std::vector<FoundEntry>> found = FindFiles(c.file_spec, kFindAnyAttribute);
     ASSERT_FALSE(found.IsOk());
     ExpectError(found.Error(), c.code, c.message, c.path);
   }

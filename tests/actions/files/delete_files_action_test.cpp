@@ -16,7 +16,7 @@ class DeleteFilesActionTest : public DirectoryActionTest {
   TDeleteFilesAction action_;
 };
 
-TEST_F(DeleteFilesActionTest, BlankFileSpecificationLogsNothing) {
+TEST_F(DeleteFilesActionTest, BlankFileSpecLogsNothing) {
   host_.Define("BLANK", Variant(std::string("   ")));
   for (bool fail_if_no_file : {true, false}) {
     SCOPED_TRACE(fail_if_no_file);
