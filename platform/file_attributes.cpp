@@ -127,7 +127,8 @@ mode_t WantedMode(mode_t mode, uint32_t attributes) {
 
 }  // namespace
 
-uint32_t AttributesFromMode(const std::string& path, uint32_t mode, bool link_to_directory) {
+uint32_t AttributesFromMode(const std::string& path, uint32_t mode, bool link_to_directory,
+                            bool read_stored_bits) {
   uint32_t attributes = 0;
   if (S_ISLNK(mode)) {
     attributes |= kFileAttributeReparsePoint;
@@ -136,7 +137,7 @@ uint32_t AttributesFromMode(const std::string& path, uint32_t mode, bool link_to
     if (S_ISDIR(mode)) attributes |= kFileAttributeDirectory;
     if ((mode & S_IWUSR) == 0) attributes |= kFileAttributeReadOnly;
   }
-  if (S_ISREG(mode) || S_ISDIR(mode)) {
+  if (read_stored_bits && (S_ISREG(mode) || S_ISDIR(mode))) {
     uint32_t stored = 0;
     (void)ReadStoredBits(path, &stored);
     attributes |= stored & kStoredBits;

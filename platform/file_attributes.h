@@ -39,7 +39,9 @@ inline constexpr uint32_t kFileAttributeReparsePoint = 0x400;
 /// no user extended attributes on links, pipes or devices). For a symbolic
 /// link `link_to_directory` says whether it points to a directory; it is
 /// ignored otherwise. An unreadable DOS attribute word counts as no bits.
-uint32_t AttributesFromMode(const std::string& path, uint32_t mode, bool link_to_directory);
+/// Without `read_stored_bits` the DOS attribute word is not read at all.
+uint32_t AttributesFromMode(const std::string& path, uint32_t mode, bool link_to_directory,
+                            bool read_stored_bits = true);
 
 /// Applies READONLY, HIDDEN, SYSTEM and ARCHIVE from `attributes`; the other
 /// bits are ignored. NORMAL (0x80) alone clears all four. Clearing HIDDEN of

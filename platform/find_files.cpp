@@ -56,8 +56,11 @@ bool IsFilteredOut(uint32_t attributes, uint32_t attribute_mask) {
 // to entry, so describing an entry allocates nothing beyond its name.
 class EntryDescriber {
  public:
-  EntryDescriber(std::string prefix, uint32_t attribute_mask)
-      : path_(std::move(prefix)), prefix_length_(path_.size()), attribute_mask_(attribute_mask) {}
+  EntryDescriber(std::string prefix, uint32_t attribute_mask, bool read_stored_bits)
+      : path_(std::move(prefix)),
+        prefix_length_(path_.size()),
+        attribute_mask_(attribute_mask),
+        read_stored_bits_(read_stored_bits) {}
 
   // Fills `entry` for `name`, looked up relative to `directory_fd` (or
   // AT_FDCWD with the prefix). Returns 0 or the errno of the lstat.
@@ -77,7 +80,8 @@ class EntryDescriber {
         info.st_mtim = target.st_mtim;
       }
     }
-    entry->attributes = AttributesFromMode(path_, info.st_mode, link_to_directory);
+    entry->attributes =
+        AttributesFromMode(path_, info.st_mode, link_to_directory, read_stored_bits_);
     entry->size = entry->IsDirectory() ? 0 : static_cast<uint64_t>(info.st_size);
     entry->last_write_ns = Nanoseconds(info.st_mtim);
     return 0;
@@ -91,6 +95,7 @@ class EntryDescriber {
   std::string path_;
   size_t prefix_length_;
   uint32_t attribute_mask_;
+  bool read_stored_bits_;
 };
 
 // Owns the descriptor it is given, also when fdopendir fails.
@@ -235,8 +240,8 @@ bool HasWildcards(std::string_view text) {
   return text.find_first_of("*?") != std::string_view::npos;
 }
 
-OsResult<std::vector<FoundEntry>> FindFiles(const std::string& file_spec,
-                                            uint32_t attribute_mask) {
+OsResult<std::vector<FoundEntry>> FindFiles(const std::string& file_spec, uint32_t attribute_mask,
+                                            FindDetail detail) {
   size_t slash = file_spec.rfind('/');
   std::string directory = ".";
   std::string prefix;
@@ -246,7 +251,10 @@ OsResult<std::vector<FoundEntry>> FindFiles(const std::string& file_spec,
   }
   std::string_view mask = std::string_view(file_spec).substr(prefix.size());
   if (mask.empty()) return std::vector<FoundEntry>();
-  EntryDescriber describer(std::move(prefix), attribute_mask);
+  const uint32_t filter_bits = kFileAttributeHidden | kFileAttributeSystem;
+  bool read_stored_bits =
+      detail == FindDetail::kFull || (attribute_mask & filter_bits) != filter_bits;
+  EntryDescriber describer(std::move(prefix), attribute_mask, read_stored_bits);
   if (!HasWildcards(mask)) return FindOne(file_spec, directory, mask, &describer);
   return FindMatching(directory, mask, describer);
 }

@@ -36,6 +36,16 @@ struct FoundEntry {
   bool IsLink() const { return (attributes & kFileAttributeReparsePoint) != 0; }
 };
 
+/// How much of each entry's attribute word a search reads.
+enum class FindDetail {
+  kFull,  // every bit, the DOS attribute word included
+  // Without the DOS attribute word: SYSTEM, ARCHIVE and a stored HIDDEN bit
+  // are not reported, which saves a system call per entry for callers that
+  // only need names, kinds and read-only. Honoured only when the attribute
+  // mask admits hidden and system entries, since filtering needs those bits.
+  kWithoutStoredBits,
+};
+
 /// Mask every attribute kind: what the file actions use to see everything.
 inline constexpr uint32_t kFindAnyAttribute = 0x1FF;
 
@@ -49,7 +59,8 @@ inline constexpr uint32_t kFindAnyAttribute = 0x1FF;
 /// several threads; a large directory is described by a few threads of its
 /// own.
 [[nodiscard]] OsResult<std::vector<FoundEntry>> FindFiles(const std::string& file_spec,
-                                                          uint32_t attribute_mask);
+                                                          uint32_t attribute_mask,
+                                                          FindDetail detail = FindDetail::kFull);
 
 /// Whether `name` matches `mask` by the rules above.
 bool MatchesMask(std::string_view name, std::string_view mask);

@@ -162,7 +162,9 @@ bool TCustomCopyFilesAction::DoRecursiveCopyMove(const std::string& spec, const 
   const bool has_wildcards = platform::HasWildcards(spec);
   const std::string directory = ExtractFilePath(spec);  // with its trailing '/'
   platform::OsResult<std::vector<platform::FoundEntry>> found =
-      platform::FindFiles(spec, platform::kFindAnyAttribute);
+      // The copy carries the DOS attribute word itself; the search need not read it.
+      platform::FindFiles(spec, platform::kFindAnyAttribute,
+                          platform::FindDetail::kWithoutStoredBits);
   if (!found.IsOk()) {
     CloseFileGroup();
     SendMessage("could not search " + spec + ": " + found.Error().message, stError);

@@ -56,6 +56,20 @@ class FindFilesTest : public TempDirTest {
   }
 };
 
+TEST_F(FindFilesTest, SearchWithoutStoredBitsStillFiltersSystemFiles) {
+  PutOneOfEachKind();
+  auto attributes_of = [this](uint32_t mask, FindDetail detail) {
+    OsResult<std::vector<FoundEntry>> found = FindFiles(PathOf("s*"), mask, detail);
+    EXPECT_TRUE(found.IsOk());
+    return found.IsOk() && !found.Value().empty() ? found.Value().front().attributes : 0u;
+  };
+  EXPECT_EQ(attributes_of(kFindAnyAttribute, FindDetail::kFull), kSystem);
+  // Everything admitted: the stored word is not read, so SYSTEM is not seen.
+  EXPECT_EQ(attributes_of(kFindAnyAttribute, FindDetail::kWithoutStoredBits), kNormal);
+  // A mask that filters system files needs the word: it is read anyway.
+  EXPECT_EQ(attributes_of(0, FindDetail::kWithoutStoredBits), 0u);
+}
+
 TEST(MatchesMask, FollowsTheWildcardRules) {
   const struct {
     const char* name;
