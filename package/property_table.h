@@ -240,14 +240,25 @@ PropertyInfo Property(std::string_view name, T C::*field) {
   return info;
 }
 
+namespace property_detail {
+
+// A row that reads through a const getter; the caller adds the setter.
+template <class C, class G>
+PropertyInfo WithGetter(std::string_view name, G (C::*getter)() const) {
+  using K = Kind<std::remove_cvref_t<G>>;
+  PropertyInfo info = DescribeType<std::remove_cvref_t<G>>(name);
+  info.get = [getter](const TOXXMLObject& o) { return K::To((static_cast<const C&>(o).*getter)()); };
+  return info;
+}
+
+}  // namespace property_detail
+
 // A row for a property with accessors (coupled setters, legacy mappings).
-// Pass nullptr as the setter for a read-only property.
+// A null setter gives a read-only row; it stays stored unless NotStored says not.
 template <class C, class G, class S>
 PropertyInfo Property(std::string_view name, G (C::*getter)() const, void (C::*setter)(S)) {
-  using T = std::remove_cvref_t<G>;
-  using K = property_detail::Kind<T>;
-  PropertyInfo info = property_detail::DescribeType<T>(name);
-  info.get = [getter](const TOXXMLObject& o) { return K::To((static_cast<const C&>(o).*getter)()); };
+  using K = property_detail::Kind<std::remove_cvref_t<G>>;
+  PropertyInfo info = property_detail::WithGetter(name, getter);
   if (setter != nullptr) {
     info.set = [setter](TOXXMLObject& o, const PropertyValue& v) {
       (static_cast<C&>(o).*setter)(K::From(v));
@@ -260,10 +271,7 @@ PropertyInfo Property(std::string_view name, G (C::*getter)() const, void (C::*s
 // scripts can read it, never stored.
 template <class C, class G>
 PropertyInfo ReadOnlyProperty(std::string_view name, G (C::*getter)() const) {
-  using T = std::remove_cvref_t<G>;
-  using K = property_detail::Kind<T>;
-  PropertyInfo info = property_detail::DescribeType<T>(name);
-  info.get = [getter](const TOXXMLObject& o) { return K::To((static_cast<const C&>(o).*getter)()); };
+  PropertyInfo info = property_detail::WithGetter(name, getter);
   info.stored = false;
   return info;
 }

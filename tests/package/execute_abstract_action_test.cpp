@@ -12,32 +12,18 @@
 #include <vector>
 
 #include "tests/support/test_host.h"
+#include "tests/support/process_probe.h"
 
 namespace brivant {
 namespace {
+
+using ::brivant::testing::IsRunning;
+using ::brivant::testing::WaitUntil;
 
 using Lines = std::vector<std::string>;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
-
-// A zombie counts as gone: it runs no more.
-bool IsRunning(uint32_t pid) {
-  std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-  std::string text;
-  if (!std::getline(stat, text)) return false;
-  size_t name_end = text.rfind(')');
-  return name_end != std::string::npos && name_end + 2 < text.size() && text[name_end + 2] != 'Z';
-}
-
-bool WaitUntil(const std::function<bool()>& done) {
-  auto give_up = steady_clock::now() + seconds(10);
-  while (!done()) {
-    if (steady_clock::now() > give_up) return false;
-    std::this_thread::sleep_for(milliseconds(10));
-  }
-  return true;
-}
 
 // The smallest program-running action: a shell running one script.
 class TShellScriptAction : public TBVExecuteAbstractAction {

@@ -14,35 +14,19 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/process_probe.h"
 #include "tests/support/test_host.h"
 
 namespace brivant::platform {
 namespace {
 
+using ::brivant::testing::IsRunning;
+using ::brivant::testing::WaitUntil;
+
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
 using Lines = std::vector<std::string>;
-
-// Whether `pid` is a live process. A zombie counts as gone: it runs no more,
-// and an orphan's zombie waits on a reaper that is not ours.
-bool IsRunning(int pid) {
-  std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-  std::string text;
-  if (!std::getline(stat, text)) return false;
-  size_t name_end = text.rfind(')');
-  return name_end != std::string::npos && name_end + 2 < text.size() && text[name_end + 2] != 'Z';
-}
-
-// Polls `done` for up to ten seconds; true once it held.
-bool WaitUntil(const std::function<bool()>& done) {
-  auto give_up = steady_clock::now() + seconds(10);
-  while (!done()) {
-    if (steady_clock::now() > give_up) return false;
-    std::this_thread::sleep_for(milliseconds(10));
-  }
-  return true;
-}
 
 ProcessLaunch Shell(const std::string& script) {
   ProcessLaunch launch;
