@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 namespace brivant::platform {
 
@@ -17,6 +18,8 @@ class FileDescriptor {
   FileDescriptor& operator=(const FileDescriptor&) = delete;
 
   int Get() const { return fd_; }
+  // Hands the descriptor over; this object no longer closes it.
+  int Release() { return std::exchange(fd_, -1); }
   // close can report a deferred write failure (network file systems); 0 or
   // the errno.
   int Close() {

@@ -127,14 +127,6 @@ bool MayNotBeWritten(const std::string& path, const struct stat& info) {
 }
 
 // Writes the temporary file's content and mode. Returns 0 or errno.
-int FillTemporaryFile(FileDescriptor& file, mode_t mode, std::string_view bytes) {
-  // File systems without Unix modes (vfat, some network mounts) refuse
-  // fchmod; they could not keep the mode anyway, so that is no failure.
-  if (::fchmod(file.Get(), mode) != 0 && errno != EPERM && errno != ENOTSUP) return errno;
-  if (int error = WriteAll(file.Get(), bytes)) return error;
-  return file.Close();
-}
-
 // Which of the two paths a failed rename is about.
 const std::string& RenameFaultPath(int code, const std::string& from, const std::string& to) {
   if (code == EEXIST || code == ENOTEMPTY || code == EISDIR) return to;
@@ -184,8 +176,8 @@ OsResult<std::string> ReadFilePrefix(const std::string& path, size_t max_bytes) 
   return ReadAtMost(path, max_bytes);
 }
 
-OsError WriteFileAtomically(const std::string& path, std::string_view bytes,
-                            IfTargetExists if_exists) {
+OsResult<AtomicFileWriter> AtomicFileWriter::Begin(const std::string& path,
+                                                   IfTargetExists if_exists) {
   std::string target = ResolveLinkTarget(path);
   struct stat existing;
   bool exists = ::stat(target.c_str(), &existing) == 0;
@@ -202,18 +194,87 @@ OsError WriteFileAtomically(const std::string& path, std::string_view bytes,
       DirectoryOf(target) + "/." + name.substr(0, kMaxTemporaryNameStem) + ".XXXXXX";
   FileDescriptor file(::mkstemp(temporary.data()));
   if (file.Get() < 0) return OsError::FromCode(errno, path);
+  // File systems without Unix modes (vfat, some network mounts) refuse
+  // fchmod; they could not keep the mode anyway, so that is no failure.
+  if (::fchmod(file.Get(), mode) != 0 && errno != EPERM && errno != ENOTSUP) {
+    int error = errno;
+    ::unlink(temporary.c_str());
+    return OsError::FromCode(error, path);
+  }
+  return AtomicFileWriter(path, std::move(target), std::move(temporary), file.Release(),
+                          if_exists);
+}
 
-  int error = FillTemporaryFile(file, mode, bytes);
+AtomicFileWriter::AtomicFileWriter(std::string path, std::string target, std::string temporary,
+                                   int fd, IfTargetExists if_exists)
+    : path_(std::move(path)),
+      target_(std::move(target)),
+      temporary_(std::move(temporary)),
+      fd_(fd),
+      if_exists_(if_exists) {}
+
+AtomicFileWriter::AtomicFileWriter(AtomicFileWriter&& other) noexcept
+    : path_(std::move(other.path_)),
+      target_(std::move(other.target_)),
+      temporary_(std::exchange(other.temporary_, {})),
+      fd_(std::exchange(other.fd_, -1)),
+      if_exists_(other.if_exists_) {}
+
+AtomicFileWriter::~AtomicFileWriter() { Discard(); }
+
+void AtomicFileWriter::Discard() {
+  if (fd_ >= 0) ::close(std::exchange(fd_, -1));
+  if (!temporary_.empty()) ::unlink(std::exchange(temporary_, {}).c_str());
+}
+
+OsError AtomicFileWriter::Write(std::string_view bytes) {
+  if (fd_ < 0) return OsError::FromCode(EBADF, path_);
+  if (int error = WriteAll(fd_, bytes)) return OsError::FromCode(error, path_);
+  return {};
+}
+
+OsResult<AppendedFile> AtomicFileWriter::AppendFile(const std::string& source) {
+  if (fd_ < 0) return OsError::FromCode(EBADF, path_);
+  FileDescriptor input(::open(source.c_str(), O_RDONLY | O_CLOEXEC));
+  if (input.Get() < 0) return OsError::FromCode(errno, source);
+  constexpr size_t kBlockSize = 256 * 1024;
+  std::string block(kBlockSize, '\0');
+  AppendedFile appended;
+  for (;;) {
+    ssize_t count = ::read(input.Get(), block.data(), block.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return OsError::FromCode(errno, source);
+    if (count == 0) return appended;
+    if (int error = WriteAll(fd_, std::string_view(block.data(), static_cast<size_t>(count))))
+      return OsError::FromCode(error, path_);
+    appended.size += static_cast<uint64_t>(count);
+    appended.last_byte = block[static_cast<size_t>(count) - 1];
+  }
+}
+
+OsError AtomicFileWriter::Commit() {
+  if (fd_ < 0) return OsError::FromCode(EBADF, path_);
+  int error = ::close(std::exchange(fd_, -1)) == 0 ? 0 : errno;
   if (error == 0) {
-    if (if_exists == IfTargetExists::kFail) {
-      error = RenameNoReplace(temporary, target);
-    } else if (::rename(temporary.c_str(), target.c_str()) != 0) {
+    if (if_exists_ == IfTargetExists::kFail) {
+      error = RenameNoReplace(temporary_, target_);
+    } else if (::rename(temporary_.c_str(), target_.c_str()) != 0) {
       error = errno;
     }
   }
-  if (error == 0) return {};
-  ::unlink(temporary.c_str());
-  return OsError::FromCode(error, path);
+  if (error == 0) temporary_.clear();
+  Discard();
+  if (error != 0) return OsError::FromCode(error, path_);
+  return {};
+}
+
+OsError WriteFileAtomically(const std::string& path, std::string_view bytes,
+                            IfTargetExists if_exists) {
+  OsResult<AtomicFileWriter> begun = AtomicFileWriter::Begin(path, if_exists);
+  if (!begun.IsOk()) return begun.Error();
+  AtomicFileWriter writer = std::move(begun).Value();
+  if (OsError error = writer.Write(bytes)) return error;
+  return writer.Commit();
 }
 
 OsError AppendToFile(const std::string& path, std::string_view bytes) {

@@ -18,6 +18,7 @@
 
 #include <cassert>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -59,6 +60,10 @@ class [[nodiscard]] OsResult {
     assert(IsOk() && "Value() of a failed OsResult");
     return *value_;
   }
+  T& Value() & {
+    assert(IsOk() && "Value() of a failed OsResult");
+    return *value_;
+  }
   T&& Value() && {
     assert(IsOk() && "Value() of a failed OsResult");
     return std::move(*value_);
@@ -90,6 +95,51 @@ enum class IfTargetExists { kReplace, kFail };
 /// and the result is EEXIST.
 [[nodiscard]] OsError WriteFileAtomically(const std::string& path, std::string_view bytes,
                                           IfTargetExists if_exists = IfTargetExists::kReplace);
+
+/// What AtomicFileWriter::AppendFile copied.
+struct AppendedFile {
+  uint64_t size = 0;
+  char last_byte = 0;  // only meaningful when size > 0
+};
+
+/// A new content for `path` written piece by piece, with the guarantees of
+/// WriteFileAtomically: the pieces go to a temporary file in the same
+/// directory, and only Commit puts it in place. Dropping the writer without
+/// a successful Commit removes the temporary file and leaves the target
+/// untouched, so a failure half-way never shows.
+class AtomicFileWriter {
+ public:
+  /// Refuses a read-only target (EACCES) and, with kFail, an existing one
+  /// (EEXIST) before anything is written.
+  [[nodiscard]] static OsResult<AtomicFileWriter> Begin(
+      const std::string& path, IfTargetExists if_exists = IfTargetExists::kReplace);
+
+  AtomicFileWriter(AtomicFileWriter&& other) noexcept;
+  AtomicFileWriter(const AtomicFileWriter&) = delete;
+  AtomicFileWriter& operator=(const AtomicFileWriter&) = delete;
+  AtomicFileWriter& operator=(AtomicFileWriter&&) = delete;
+  ~AtomicFileWriter();
+
+  [[nodiscard]] OsError Write(std::string_view bytes);
+
+  /// Appends the whole content of the file `source` in blocks, so memory
+  /// stays flat in its size. A read failure names `source`.
+  [[nodiscard]] OsResult<AppendedFile> AppendFile(const std::string& source);
+
+  /// Puts the new content in place. Once called, the writer is spent.
+  [[nodiscard]] OsError Commit();
+
+ private:
+  AtomicFileWriter(std::string path, std::string target, std::string temporary, int fd,
+                   IfTargetExists if_exists);
+  void Discard();
+
+  std::string path_;       // as the caller named it, for errors
+  std::string target_;     // with a symbolic link resolved
+  std::string temporary_;  // empty once committed or discarded
+  int fd_ = -1;
+  IfTargetExists if_exists_;
+};
 
 /// Adds `bytes` at the end of `path`, creating the file (0666 less the umask)
 /// when it is missing. A failure part-way may leave some of the bytes written.

@@ -116,25 +116,39 @@ bool TConcatAction::CollectSources(const std::string& target, std::vector<std::s
   return true;
 }
 
-void TConcatAction::AppendPart(std::string_view part, const std::string& separator, bool* first,
-                               std::string* content) const {
-  if (!*first) *content += separator;
+bool TConcatAction::AppendPart(const std::string& path, const std::string& target,
+                               const std::string& separator, bool* first,
+                               platform::AtomicFileWriter* writer, uint64_t* size) {
+  platform::OsError error;
+  if (!*first) error = writer->Write(separator);
+  if (!error) {
+    platform::OsResult<platform::AppendedFile> appended = writer->AppendFile(path);
+    if (appended.IsOk()) {
+      *size = appended.Value().size;
+      if (add_line_breaks_ && *size > 0 && appended.Value().last_byte != '\n')
+        error = writer->Write("\n");
+    } else {
+      error = appended.Error();
+    }
+  }
+  if (error) {
+    bool reading = error.path == path && path != target;
+    SendMessage((reading ? "Error reading file: " : "Error writing file: ") + error.path, stError);
+    SendMessage("Error reason: " + error.message, stError);
+    return false;
+  }
   *first = false;
-  *content += part;
-  if (add_line_breaks_ && !part.empty() && part.back() != '\n') *content += '\n';
+  return true;
 }
 
 bool TConcatAction::JoinSources(const std::vector<std::string>& sources, const std::string& target,
-                                const std::string& separator, std::string* content) {
+                                const std::string& separator, platform::AtomicFileWriter* writer) {
   bool first = true;
   if (append_to_target_ && platform::FileExists(target)) {
-    platform::OsResult<std::string> old_content = platform::ReadFile(target);
-    if (!old_content.IsOk()) {
-      SendMessage("Error reading file: " + target, stError);
-      SendMessage("Error reason: " + old_content.Error().message, stError);
-      return false;
-    }
-    if (!old_content.Value().empty()) AppendPart(old_content.Value(), separator, &first, content);
+    uint64_t size = 0;
+    if (!AppendPart(target, "", separator, &first, writer, &size)) return false;
+    // An empty old target is no part: no separator follows it.
+    first = size == 0;
   }
   if (log_files_affected_) StartMessageGroup("Files Concatenated");
   for (const std::string& source : sources) {
@@ -143,18 +157,14 @@ bool TConcatAction::JoinSources(const std::vector<std::string>& sources, const s
       SendMessage("Stopped on request; " + target + " was not changed", stError);
       return false;
     }
-    platform::OsResult<std::string> bytes = platform::ReadFile(source);
-    if (!bytes.IsOk()) {
+    uint64_t size = 0;
+    if (!AppendPart(source, target, separator, &first, writer, &size)) {
       if (log_files_affected_) EndMessageGroup(stError);
-      SendMessage("Error reading file: " + source, stError);
-      SendMessage("Error reason: " + bytes.Error().message, stError);
       return false;
     }
-    AppendPart(bytes.Value(), separator, &first, content);
     ++files_affected_;
     if (log_files_affected_)
-      SendMessage("Added " + source + " (" + std::to_string(bytes.Value().size()) + " bytes)",
-                  stInfo);
+      SendMessage("Added " + source + " (" + std::to_string(size) + " bytes)", stInfo);
   }
   if (log_files_affected_) EndMessageGroup(stInfo);
   return true;
@@ -179,12 +189,18 @@ bool TConcatAction::Execute() {
   std::string separator;
   if (!TryExpandExpression("Separator", separator_, separator, false)) return false;
 
-  std::string content;
-  if (!JoinSources(sources, target, separator, &content)) {
-    files_affected_ = 0;
-    return false;
+  // Written through a temporary file, so memory stays flat in the sizes and
+  // a failure half-way leaves the old target as it was.
+  platform::OsResult<platform::AtomicFileWriter> writer = platform::AtomicFileWriter::Begin(target);
+  platform::OsError error = writer.IsOk() ? platform::OsError{} : writer.Error();
+  if (!error) {
+    if (!JoinSources(sources, target, separator, &writer.Value())) {
+      files_affected_ = 0;
+      return false;
+    }
+    error = writer.Value().Commit();
   }
-  if (platform::OsError error = platform::WriteFileAtomically(target, content)) {
+  if (error) {
     files_affected_ = 0;
     SendMessage("Error writing file: " + target, stError);
     SendMessage("Error reason: " + error.message, stError);

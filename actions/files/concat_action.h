@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "package/custom_bv_action.h"
+#include "platform/file_system.h"
 
 namespace brivant {
 
@@ -38,11 +39,15 @@ class TConcatAction : public TBVAction {
   bool CollectSources(const std::string& target, std::vector<std::string>* sources);
   bool AddMatches(const std::string& file_spec, const std::string& target,
                   std::vector<std::string>* sources);
-  // The new content of the target. False when a file can't be read (logged).
+  // Writes the new content of the target. False when a file can't be read or
+  // written (logged).
   bool JoinSources(const std::vector<std::string>& sources, const std::string& target,
-                   const std::string& separator, std::string* content);
-  void AppendPart(std::string_view part, const std::string& separator, bool* first,
-                  std::string* content) const;
+                   const std::string& separator, platform::AtomicFileWriter* writer);
+  // One file after the separator (unless it comes first). False when it
+  // can't be read or written (logged); `size` is what it held.
+  bool AppendPart(const std::string& path, const std::string& target,
+                  const std::string& separator, bool* first, platform::AtomicFileWriter* writer,
+                  uint64_t* size);
 
   std::vector<std::string> source_files_;
   std::string target_file_;

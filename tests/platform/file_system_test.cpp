@@ -189,6 +189,37 @@ TEST_F(FileSystemTest, FailedAtomicWriteKeepsTheOldContentAndRemovesTheTemporary
   EXPECT_EQ(NamesIn(root_), (std::vector<std::string>{"dir", "target"}));
 }
 
+TEST_F(FileSystemTest, PiecewiseAtomicWriteShowsNothingBeforeCommit) {
+  Put("target", "old");
+  // Larger than any one read block, so the copy has to loop.
+  std::string big(700 * 1024 + 3, 'b');
+  big.back() = 'z';
+  Put("big", big);
+  {
+    OsResult<AtomicFileWriter> writer = AtomicFileWriter::Begin(PathOf("target"));
+    ASSERT_TRUE(writer.IsOk());
+    ASSERT_FALSE(writer.Value().Write("head|"));
+    OsResult<AppendedFile> appended = writer.Value().AppendFile(PathOf("big"));
+    ASSERT_TRUE(appended.IsOk());
+    EXPECT_EQ(appended.Value().size, big.size());
+    EXPECT_EQ(appended.Value().last_byte, 'z');
+    OsResult<AppendedFile> missing = writer.Value().AppendFile(PathOf("missing"));
+    ExpectError(missing.Error(), ENOENT, "No such file or directory", PathOf("missing"));
+    EXPECT_EQ(Get("target"), "old");
+  }
+  // Dropped without a commit: the old content stays and no temporary is left.
+  EXPECT_EQ(Get("target"), "old");
+  EXPECT_EQ(NamesIn(root_), (std::vector<std::string>{"big", "target"}));
+
+  OsResult<AtomicFileWriter> writer = AtomicFileWriter::Begin(PathOf("target"));
+  ASSERT_TRUE(writer.IsOk());
+  ASSERT_FALSE(writer.Value().Write("head|"));
+  ASSERT_TRUE(writer.Value().AppendFile(PathOf("big")).IsOk());
+  ASSERT_FALSE(writer.Value().Commit());
+  EXPECT_EQ(Get("target"), "head|" + big);
+  EXPECT_EQ(NamesIn(root_), (std::vector<std::string>{"big", "target"}));
+}
+
 TEST_F(FileSystemTest, ReadOnlyFilesAreRefusedEvenToRoot) {
   Put("target", "old");
   Put("source", "new");

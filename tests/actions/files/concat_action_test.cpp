@@ -132,19 +132,6 @@ TEST_F(ConcatActionTest, ValidationWantsSourcesAndTarget) {
   EXPECT_EQ(action.GetFormattedDescription(), "Concatenate Files [ %OUT%/notes.txt ]");
 }
 
-TEST_F(ConcatActionTest, PublishesItsProperties) {
-  TConcatAction action;
-  ExpectPublished(action, {{"SourceFiles", "TStrings", ""},
-                           {"TargetFile", "string", ""},
-                           {"Separator", "string", ""},
-                           {"AddLineBreaks", "Boolean", "False"},
-                           {"AppendToTarget", "Boolean", "False"},
-                           {"LogFilesAffected", "Boolean", "True"},
-                           {"FilesAffected", "Integer", "0", false}});
-  TStrings hidden;
-  action.GetHiddenProperties(hidden);
-  EXPECT_EQ(hidden, TStrings{"FilesAffected"});
-}
 
 }  // namespace
 }  // namespace brivant::testing

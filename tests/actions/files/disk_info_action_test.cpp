@@ -86,14 +86,6 @@ TEST_F(DiskInfoActionTest, ValidationNamesTheProblems) {
   EXPECT_EQ(action.GetFormattedDescription(), "Get Disk Free Space [ /var/build ]");
 }
 
-TEST_F(DiskInfoActionTest, PublishesItsProperties) {
-  TDiskInfoAction action;
-  ExpectPublished(action, {{"Path", "string", ""},
-                           {"FreeSpaceVariable", "TVariableName", ""},
-                           {"TotalSpaceVariable", "TVariableName", ""},
-                           {"Units", "TSizeUnits", "suBytes"},
-                           {"MinimumFreeSpace", "Integer", "0"}});
-}
 
 }  // namespace
 }  // namespace brivant::testing

@@ -112,13 +112,6 @@ TEST_F(FileExistsActionTest, DescriptionReadsAsTheTest) {
   EXPECT_EQ(action.GetFormattedDescription(), "If File/Folder Does Not Exist [ %OUT%/app.bin ]");
 }
 
-TEST_F(FileExistsActionTest, PublishesItsProperties) {
-  TFileExistsAction action;
-  ExpectPublished(action, {{"FileOrDirectory", "string", ""},
-                           {"CheckType", "TCheckFileType", "cftFileOrDirectory"},
-                           {"CheckNotExists", "Boolean", "False"},
-                           {"ResultVariable", "TVariableName", ""}});
-}
 
 }  // namespace
 }  // namespace brivant::testing

@@ -211,21 +211,6 @@ TEST_F(FileSetCopyMoveActionTest, ValidationNamesWhatIsMissing) {
                 {"Target Directory", "The target directory has not been set", 0}}));
 }
 
-TEST_F(FileSetCopyMoveActionTest, PublishesItsProperties) {
-  TBVFileSetCopyMoveAction action;
-  ExpectPublished(action, {{"FileSetName", "string", ""},
-                           {"Operation", "TFileSetOperation", "fsoCopy"},
-                           {"TargetDirectory", "string", ""},
-                           {"OverwriteMode", "TFileSetOverwriteMode", "omOverwrite"},
-                           {"OverwriteReadOnly", "Boolean", "False"},
-                           {"RefreshFileSet", "Boolean", "True"},
-                           {"FailIfZeroFiles", "Boolean", "True"},
-                           {"LogFilesAffected", "Boolean", "True"},
-                           {"FilesAffected", "Integer", "0", false}});
-  TStrings hidden;
-  action.GetHiddenProperties(hidden);
-  EXPECT_EQ(hidden, TStrings{"FilesAffected"});
-}
 
 }  // namespace
 }  // namespace brivant::testing

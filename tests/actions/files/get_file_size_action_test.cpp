@@ -65,12 +65,6 @@ TEST_F(GetFileSizeActionTest, FileNameIsRequired) {
   EXPECT_EQ(action.GetFormattedDescription(), "Get File Size [ %OUT%/app.bin ]");
 }
 
-TEST_F(GetFileSizeActionTest, PublishesItsProperties) {
-  TBVGetFileSizeAction action;
-  ExpectPublished(action, {{"FileName", "string", ""},
-                           {"BVVariable", "TVariableName", ""},
-                           {"Units", "TSizeUnits", "suBytes"}});
-}
 
 }  // namespace
 }  // namespace brivant::testing

@@ -10,7 +10,6 @@
 #include <chrono>
 #include <ctime>
 #include <filesystem>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -20,43 +19,8 @@
 
 namespace brivant::testing {
 
-// One published property as `brivant props` shows it.
-struct PublishedRow {
-  std::string name;
-  std::string type;
-  std::string default_text;
-  bool stored = true;
-  friend bool operator==(const PublishedRow&, const PublishedRow&) = default;
-  friend std::ostream& operator<<(std::ostream& out, const PublishedRow& row) {
-    return out << row.name << ":" << row.type << "=" << row.default_text
-               << (row.stored ? "" : " (not stored)");
-  }
-};
-
 class MiscFileActionTest : public ::testing::Test {
  protected:
-  // The table in published order, the constructor's values equal to the
-  // defaults, and alias and help lines naming only published properties.
-  static void ExpectPublished(const TCustomBVAction& action,
-                              const std::vector<PublishedRow>& expected) {
-    std::vector<PublishedRow> rows;
-    for (const PropertyInfo& info : action.GetPropertyTable().Rows()) {
-      rows.push_back(
-          {std::string(info.name), std::string(info.type_name), info.default_text, info.stored});
-      EXPECT_EQ(FormatPropertyValue(info, GetProperty(action, info)), info.default_text)
-          << info.name;
-    }
-    EXPECT_EQ(rows, expected);
-    TStrings lines;
-    action.GetPropertyAlias(lines);
-    EXPECT_EQ(lines.front().front(), '[') << "the alias list opens with its section";
-    action.GetPropertyHelp(lines);
-    for (const std::string& line : lines) {
-      if (line.front() == '[') continue;
-      EXPECT_NE(action.GetPropertyTable().Find(line.substr(0, line.find('='))), nullptr) << line;
-    }
-  }
-
   static void Set(TCustomBVAction& action, const char* property, const PropertyValue& value) {
     const PropertyInfo* info = action.GetPropertyTable().Find(property);
     ASSERT_NE(info, nullptr) << property;

@@ -207,14 +207,6 @@ TEST_F(MoveDirectoryActionTest, BothDirectoriesAreRequired) {
   EXPECT_EQ(action.GetFormattedDescription(), "Move Directory [ build/out -> %DIST% ]");
 }
 
-TEST_F(MoveDirectoryActionTest, PublishesItsProperties) {
-  TBVMoveDirectoryAction action;
-  ExpectPublished(action, {{"SourceDirectory", "string", ""},
-                           {"TargetDirectory", "string", ""},
-                           {"MergeIntoExisting", "Boolean", "False"},
-                           {"OverwriteFiles", "Boolean", "False"},
-                           {"Force", "Boolean", "False"}});
-}
 
 }  // namespace
 }  // namespace brivant::testing

@@ -125,10 +125,6 @@ TEST_F(RenameDirActionTest, BothNamesAreRequired) {
             "Rename File or Directory [ out/app -> app-%VERSION% ]");
 }
 
-TEST_F(RenameDirActionTest, PublishesItsProperties) {
-  TRenameDirAction action;
-  ExpectPublished(action, {{"OldName", "string", ""}, {"NewName", "string", ""}});
-}
 
 }  // namespace
 }  // namespace brivant::testing

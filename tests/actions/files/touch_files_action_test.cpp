@@ -160,20 +160,6 @@ TEST_F(TouchFilesActionTest, ValidationNamesWhatIsMissing) {
                                           {"Date/Time", "The date/time has not been set", 0}}));
 }
 
-TEST_F(TouchFilesActionTest, PublishesItsProperties) {
-  TTouchFilesAction action;
-  ExpectPublished(action, {{"FileSpec", "string", ""},
-                           {"Recurse", "Boolean", "False"},
-                           {"UseCurrentDateTime", "Boolean", "True"},
-                           {"DateTimeString", "string", ""},
-                           {"CreateIfMissing", "Boolean", "False"},
-                           {"FailIfZeroFiles", "Boolean", "True"},
-                           {"LogFilesAffected", "Boolean", "True"},
-                           {"FilesAffected", "Integer", "0", false}});
-  TStrings hidden;
-  action.GetHiddenProperties(hidden);
-  EXPECT_EQ(hidden, TStrings{"FilesAffected"});
-}
 
 }  // namespace
 }  // namespace brivant::testing
