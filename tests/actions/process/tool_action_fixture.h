@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
@@ -30,6 +31,20 @@ struct Arg {
     return out << "{\"" << arg.name << "\", \"" << arg.value << "\", " << arg.kind << "}";
   }
 };
+
+// Plain switches (kind 2, no value), named in `names` separated by blanks.
+inline std::vector<Arg> Switches(const std::string& names) {
+  std::vector<Arg> args;
+  for (const std::string& name : SplitWindowsCommandLine(names))
+    args.push_back({name, "", akSwitch});
+  return args;
+}
+
+template <class T>
+std::vector<T> operator+(std::vector<T> head, const std::vector<T>& tail) {
+  head.insert(head.end(), tail.begin(), tail.end());
+  return head;
+}
 
 // The real builder, remembering what it was given.
 class RecordingBuilder : public TCommandLineBuilder {
@@ -73,6 +88,21 @@ class ToolActionTest : public ::testing::Test {
     std::string error;
     ASSERT_TRUE(ParsePropertyValue(*info, text, &value, &error)) << property << ": " << error;
     SetProperty(action, *info, value);
+  }
+  // Sets properties given as "Name=text|Name|..."; a bare name means True.
+  static void SetAll(TCustomBVAction& action, const std::string& settings) {
+    size_t start = 0;
+    while (start < settings.size()) {
+      size_t end = std::min(settings.find('|', start), settings.size());
+      std::string setting = settings.substr(start, end - start);
+      size_t equals = setting.find('=');
+      if (equals == std::string::npos) {
+        Set(action, setting, "True");
+      } else {
+        Set(action, setting.substr(0, equals), setting.substr(equals + 1));
+      }
+      start = end + 1;
+    }
   }
 
   // Writes an executable script at `path` that writes its working directory
