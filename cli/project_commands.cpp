@@ -2,10 +2,13 @@
 // read a project file.
 #include <exception>
 #include <iostream>
+#include <memory>
+#include <sstream>
 
 #include "cli/commands.h"
 #include "host/action_registry.h"
 #include "host/build_runner.h"
+#include "host/log_sink.h"
 #include "host/project.h"
 #include "host/validation.h"
 
@@ -51,11 +54,25 @@ void DescribeNodes(const std::vector<host::ActionNode>& nodes, int depth) {
   }
 }
 
+void AttachHost(const std::vector<host::ActionNode>& nodes, IBVActionHost* action_host) {
+  for (const host::ActionNode& node : nodes) {
+    node.action->AttachHost(action_host);
+    AttachHost(node.children, action_host);
+  }
+}
+
 }  // namespace
 
 int ValidateProjectFile(const host::ActionRegistry& registry, const std::string& path) {
   host::Project project;
   if (!Load(registry, path, &project)) return kExitUsage;
+  // Some checks read host services (the Robocopy actions look up the tool in
+  // the options store), so the actions get the host a run would give them.
+  std::ostringstream discarded_log;
+  std::unique_ptr<host::LogSink> sink =
+      host::MakeLogSink(host::LogFormat::kText, discarded_log, {});
+  host::BuildRunner runner(project, *sink);
+  AttachHost(project.actions, &runner);
   std::vector<host::ValidationProblem> problems = host::ValidateProject(project);
   for (const host::ValidationProblem& problem : problems) {
     std::cout << problem.action_title << ": ";

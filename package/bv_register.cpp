@@ -18,11 +18,18 @@
 #include "actions/files/rename_dir_action.h"
 #include "actions/files/set_file_attributes_action.h"
 #include "actions/files/touch_files_action.h"
+#include "actions/process/robocopy_copy_action.h"
+#include "actions/process/robocopy_job_action.h"
+#include "actions/process/robocopy_mirror_action.h"
+#include "actions/process/robocopy_move_action.h"
+#include "actions/process/robocopy_options.h"
+#include "actions/process/xcopy_action.h"
 #include "actions/text/create_text_file_action.h"
 #include "actions/text/read_text_file_action.h"
 #include "actions/text/write_to_text_file_action.h"
 #include "actions/values/date_time_action.h"
 #include "actions/values/random_number_action.h"
+#include "pages/copy_tool_frames.h"
 #include "pages/file_attribute_editor.h"
 #include "pages/frames.h"
 #include "pages/property_editors.h"
@@ -55,6 +62,12 @@ void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
   action(kFilesAndDirectories, ActionClassOf<TBVCreateTextFileAction>(), "HCREATEFILE");
   action(kFilesAndDirectories, ActionClassOf<TBVWriteToTextFileAction>(), "WRITETOTEXTFILE");
   action(kFilesAndDirectories, ActionClassOf<TBVGetFileSizeAction>(), "FILESIZE");
+  action(kFilesAndDirectories, ActionClassOf<TBVXCopyAction>(), "HXCOPY");
+  services.OptionsService().RegisterOptions(OptionsClassOf<TBVRobocopyOptions>(), "ROBOCOPYICON");
+  action(kFilesAndDirectories, ActionClassOf<TBVRobocopyCopyAction>(), "ROBOCOPYICON");
+  action(kFilesAndDirectories, ActionClassOf<TBVRobocopyJobAction>(), "ROBOCOPYJOB");
+  action(kFilesAndDirectories, ActionClassOf<TBVRobocopyMoveAction>(), "ROBOCOPYMOVE");
+  action(kFilesAndDirectories, ActionClassOf<TBVRobocopyMirrorAction>(), "ROBOCOPYMIRROR");
   action(kFilesAndDirectories, ActionClassOf<TBVReadTextFileAction>(), "READTEXTFILE");
   action("File Sets", ActionClassOf<TBVFileSetCopyMoveAction>(), "FILESETCOPY");
   // The random number action reuses the file-size icon.
@@ -108,6 +121,28 @@ void RegisterFrames(IBVServices& services) {
   frames(ActionClassOf<TDateTimeAction>(), {pages::TGetDateTimeFrame()});
   frames(ActionClassOf<TBVCreateTextFileAction>(), {pages::TCreateFileFrame()});
   frames(ActionClassOf<TBVWriteToTextFileAction>(), {pages::TWriteToTextFileFrame()});
+  frames(ActionClassOf<TBVXCopyAction>(),
+         {pages::TXCopyMainFrame(), pages::TXCopyOptionsFrame(), pages::TXCopyAttribFrame(),
+          pages::TBVXcopyExcludeFilesFrame()});
+  services.OptionsService().RegisterOptionsFrames(OptionsClassOf<TBVRobocopyOptions>(),
+                                                  {pages::TRobocopyOptionsFrame()});
+  frames(ActionClassOf<TBVRobocopyCopyAction>(),
+         {pages::TRobocopyMainFrame(), pages::TRobocopyCopyOptionsFrame(),
+          pages::TRobocopyIncludeFrame(), pages::TRobocopyExcludeFrame(),
+          pages::TBVRobocopyExcludeFilesFrame(), pages::TBVRobocopyExcludeDirFrame(),
+          pages::TRobocopyLogOptionsFrame()});
+  frames(ActionClassOf<TBVRobocopyJobAction>(),
+         {pages::TRobocopyMainFrame(), pages::TRobocopyJobsFrame(),
+          pages::TRobocopyLogOptionsFrame()});
+  frames(ActionClassOf<TBVRobocopyMoveAction>(),
+         {pages::TRobocopyMainFrame(), pages::TRobocopyMoveOptionsFrame(),
+          pages::TRobocopyIncludeFrame(), pages::TRobocopyExcludeFrame(),
+          pages::TBVRobocopyExcludeFilesFrame(), pages::TBVRobocopyExcludeDirFrame(),
+          pages::TRobocopyLogOptionsFrame()});
+  frames(ActionClassOf<TBVRobocopyMirrorAction>(),
+         {pages::TRobocopyMainFrame(), pages::TRobocopyIncludeFrame(),
+          pages::TRobocopyExcludeFrame(), pages::TBVRobocopyExcludeFilesFrame(),
+          pages::TBVRobocopyExcludeDirFrame(), pages::TRobocopyLogOptionsFrame()});
   frames(ActionClassOf<TBVReadTextFileAction>(), {pages::TReadFileFrame()});
   frames(ActionClassOf<TBVFileSetCopyMoveAction>(), {pages::TFileSetCopyMoveFrame()});
   frames(ActionClassOf<TBVRandomNumberAction>(), {pages::TRandomFrame()});

@@ -276,5 +276,27 @@ TEST_F(CliTest, RealPackageIsFoundBesideTheBinary) {
             "brivant: unknown action class 'TDateTimeActon' (did you mean 'TDateTimeAction'?)\n");
 }
 
+// Validation reads the Robocopy tool's location from the options file, as a
+// run does.
+TEST_F(CliTest, ValidateFindsTheRobocopyLocationInTheOptionsFile) {
+  std::string tool = temp_.Join("robocopy.exe");
+  testing::WriteBytes(tool, "#!/bin/sh\n");
+  testing::WriteBytes(temp_.Join("options.ini"), "[Robocopy]\nLocation=" + tool + "\n");
+  std::string project = WriteProject(R"(<Project><Actions>
+    <Action Class="TBVRobocopyMirrorAction">
+      <Property Name="SourceDir">a</Property>
+      <Property Name="DestDir">b</Property>
+    </Action></Actions></Project>)");
+  Outcome outcome = Brivant("validate " + project, "env -u BRIVANT_PACKAGE_PATH BRIVANT_OPTIONS=" +
+                                                       Quoted(temp_.Join("options.ini")));
+  EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+  outcome = Brivant("validate " + project, "env -u BRIVANT_PACKAGE_PATH BRIVANT_OPTIONS=" +
+                                               Quoted(temp_.Join("none.ini")));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.out,
+            "Robocopy Mirror: Robocopy Options: The Robocopy.exe file path has not been specified\n"
+            "Robocopy Mirror: Robocopy Options: The Robocopy.exe file can not be found\n");
+}
+
 }  // namespace
 }  // namespace brivant

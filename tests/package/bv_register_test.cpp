@@ -113,6 +113,19 @@ const std::vector<std::pair<std::string, std::vector<std::string>>> kExpectedFra
     {"TBVCreateTextFileAction", {"TCreateFileFrame"}},
     {"TBVWriteToTextFileAction", {"TWriteToTextFileFrame"}},
     {"TBVXCopyAction", {"TXCopyMainFrame", "TXCopyOptionsFrame", "TXCopyAttribFrame", "TBVXcopyExcludeFilesFrame"}},
+    {"TBVRobocopyCopyAction",
+     {"TRobocopyMainFrame", "TRobocopyCopyOptionsFrame", "TRobocopyIncludeFrame",
+      "TRobocopyExcludeFrame", "TBVRobocopyExcludeFilesFrame", "TBVRobocopyExcludeDirFrame",
+      "TRobocopyLogOptionsFrame"}},
+    {"TBVRobocopyJobAction",
+     {"TRobocopyMainFrame", "TRobocopyJobsFrame", "TRobocopyLogOptionsFrame"}},
+    {"TBVRobocopyMoveAction",
+     {"TRobocopyMainFrame", "TRobocopyMoveOptionsFrame", "TRobocopyIncludeFrame",
+      "TRobocopyExcludeFrame", "TBVRobocopyExcludeFilesFrame", "TBVRobocopyExcludeDirFrame",
+      "TRobocopyLogOptionsFrame"}},
+    {"TBVRobocopyMirrorAction",
+     {"TRobocopyMainFrame", "TRobocopyIncludeFrame", "TRobocopyExcludeFrame",
+      "TBVRobocopyExcludeFilesFrame", "TBVRobocopyExcludeDirFrame", "TRobocopyLogOptionsFrame"}},
     {"TBVReadTextFileAction", {"TReadFileFrame"}},
     {"TReadTextFileIterator", {"TReadTextFileIteratorFrame"}},
     {"TIniFileIterator", {"TIniFileIteratorFrame"}},
@@ -321,6 +334,26 @@ TEST(BVRegister, DesignerGetsTheEditorsOfRegisteredActionsInTableOrder) {
   }
   EXPECT_LT(last_action, first_editor);
   EXPECT_LT(first_editor, first_frames);
+}
+
+// The Robocopy options page is registered between XCopy and the first
+// Robocopy action; its page only for the designer.
+TEST(BVRegister, RobocopyOptionsStandBetweenXCopyAndRobocopy) {
+  for (bool design_time : {false, true}) {
+    SCOPED_TRACE(design_time ? "designer" : "console");
+    RecordingServices services(design_time);
+    BVRegister(&services);
+    auto at = [&](const std::string& call) {
+      return std::find(services.calls.begin(), services.calls.end(), call) - services.calls.begin();
+    };
+    auto options = at("options TBVRobocopyOptions ROBOCOPYICON");
+    ASSERT_LT(options, static_cast<std::ptrdiff_t>(services.calls.size()));
+    EXPECT_EQ(at("action TBVXCopyAction"), options - 1);
+    EXPECT_EQ(at("action TBVRobocopyCopyAction"), options + 1);
+    bool has_page = at("options-frames TBVRobocopyOptions") <
+                    static_cast<std::ptrdiff_t>(services.calls.size());
+    EXPECT_EQ(has_page, design_time);
+  }
 }
 
 // Every registered class: defaults in the table are what the constructor

@@ -1,0 +1,134 @@
+// Shared set-up of the external-tool action tests: a builder that records
+// each argument as the action added it, properties set from their project
+// text, and a stand-in tool (a shell script) that records the words it
+// receives and exits with a chosen code.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "package/command_line_builder.h"
+#include "package/custom_bv_action.h"
+#include "package/property_table.h"
+#include "tests/support/test_host.h"
+
+namespace brivant::testing {
+
+// One AddArgument call: name, value, kind.
+struct Arg {
+  std::string name;
+  std::string value;
+  int kind;
+  friend bool operator==(const Arg&, const Arg&) = default;
+  friend std::ostream& operator<<(std::ostream& out, const Arg& arg) {
+    return out << "{\"" << arg.name << "\", \"" << arg.value << "\", " << arg.kind << "}";
+  }
+};
+
+// Plain switches (kind 2, no value), named in `names` separated by blanks.
+inline std::vector<Arg> Switches(const std::string& names) {
+  std::vector<Arg> args;
+  for (const std::string& name : SplitWindowsCommandLine(names))
+    args.push_back({name, "", akSwitch});
+  return args;
+}
+
+template <class T>
+std::vector<T> operator+(std::vector<T> head, const std::vector<T>& tail) {
+  head.insert(head.end(), tail.begin(), tail.end());
+  return head;
+}
+
+// The real builder, remembering what it was given.
+class RecordingBuilder : public TCommandLineBuilder {
+ public:
+  IArgument& AddArgument(const std::string& name, const std::string& value, int kind) override {
+    added.push_back({name, value, kind});
+    return TCommandLineBuilder::AddArgument(name, value, kind);
+  }
+  std::vector<Arg> added;
+};
+
+// Sets an environment variable for the life of the object.
+class ScopedEnv {
+ public:
+  ScopedEnv(const char* name, const std::string& value) : name_(name) {
+    if (const char* old = std::getenv(name)) old_ = old;
+    setenv(name, value.c_str(), 1);
+  }
+  ~ScopedEnv() {
+    if (old_) {
+      setenv(name_, old_->c_str(), 1);
+    } else {
+      unsetenv(name_);
+    }
+  }
+  ScopedEnv(const ScopedEnv&) = delete;
+  ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+ private:
+  const char* name_;
+  std::optional<std::string> old_;
+};
+
+class ToolActionTest : public ::testing::Test {
+ protected:
+  // Sets a property from its project-file text.
+  static void Set(TCustomBVAction& action, const std::string& property, const std::string& text) {
+    const PropertyInfo* info = action.GetPropertyTable().Find(property);
+    ASSERT_NE(info, nullptr) << property;
+    PropertyValue value;
+    std::string error;
+    ASSERT_TRUE(ParsePropertyValue(*info, text, &value, &error)) << property << ": " << error;
+    SetProperty(action, *info, value);
+  }
+  // Sets properties given as "Name=text|Name|..."; a bare name means True.
+  static void SetAll(TCustomBVAction& action, const std::string& settings) {
+    size_t start = 0;
+    while (start < settings.size()) {
+      size_t end = std::min(settings.find('|', start), settings.size());
+      std::string setting = settings.substr(start, end - start);
+      size_t equals = setting.find('=');
+      if (equals == std::string::npos) {
+        Set(action, setting, "True");
+      } else {
+        Set(action, setting.substr(0, equals), setting.substr(equals + 1));
+      }
+      start = end + 1;
+    }
+  }
+
+  // Writes an executable script at `path` that writes its working directory
+  // and then each argument, one per line, to argv.txt in the temporary
+  // directory, copies the file named by a "/EXCLUDE:" argument to
+  // excluded.txt, and exits with `exit_code`.
+  void WriteStandIn(const std::string& path, int exit_code) {
+    WriteBytes(path,
+               "#!/bin/sh\n"
+               "{ pwd; for a in \"$@\"; do printf '%s\\n' \"$a\"; done; } > '" +
+                   ArgvFile() +
+                   "'\n"
+                   "for a in \"$@\"; do case \"$a\" in /EXCLUDE:*) cat \"${a#/EXCLUDE:}\" > '" +
+                   dir_.Join("excluded.txt") +
+                   "';; esac; done\n"
+                   "exit " +
+                   std::to_string(exit_code) + "\n");
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+  }
+  std::string ArgvFile() const { return dir_.Join("argv.txt"); }
+
+  // The working directory and the words the stand-in received, one per line.
+  std::string RecordedRun() const { return ReadBytes(ArgvFile()); }
+
+  ScopedTempDir dir_;
+  TestHost host_;
+};
+
+}  // namespace brivant::testing
