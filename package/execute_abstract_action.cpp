@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "package/process_output_spool.h"
+
 namespace brivant {
 
 TBVExecuteAbstractAction::TBVExecuteAbstractAction() = default;
@@ -31,8 +33,28 @@ void TBVExecuteAbstractAction::OnExeNotFound(const std::string& executable) {
 
 void TBVExecuteAbstractAction::TerminateAction() { terminate_ = true; }
 
+void TBVExecuteAbstractAction::LogSpooledOutput(ProcessOutputSpool& spool) {
+  if (spool.IsEmpty()) return;
+  if (LogWithGroups()) StartMessageGroup("Program output");
+  std::string error;
+  bool complete = spool.ForEachBlock(
+      [this](TStrings& lines) {
+        OnProcessOutput(lines);
+        std::string text;
+        for (const std::string& line : lines) {
+          if (!text.empty()) text += '\n';
+          text += line;
+        }
+        SendMessage(text, stInfo);
+      },
+      &error);
+  if (!complete) SendMessage(error, stError);
+  if (LogWithGroups()) EndMessageGroup(complete ? stInfo : stError);
+}
+
 bool TBVExecuteAbstractAction::Execute() {
   timed_out_ = false;
+  ended_by_runner_ = false;
   terminate_ = false;
   process_id_ = 0;
 
@@ -65,15 +87,18 @@ bool TBVExecuteAbstractAction::Execute() {
   request.timeout_ms = GetEnableTimeout() ? GetTimeoutLength() : 0;
   request.terminate = &terminate_;
 
-  TStrings output;
+  // A stop that came before the flag was reset must still end the program.
+  if (IsStopSignalled()) terminate_ = true;
+
   bool live = request.capture_output && live_capture_;
+  ProcessOutputSpool spool;
   ProcessEvents events;
   events.started = [this](uint32_t pid) { process_id_ = pid; };
   events.output_line = [&](const std::string& line) {
     if (live) {
       SendMessage(line, stInfo);
     } else {
-      output.push_back(line);
+      spool.Add(line);
     }
   };
 
@@ -84,17 +109,8 @@ bool TBVExecuteAbstractAction::Execute() {
     return false;
   }
   timed_out_ = outcome.timed_out;
-  if (!output.empty()) {
-    OnProcessOutput(output);
-    std::string text;
-    for (const std::string& line : output) {
-      if (!text.empty()) text += '\n';
-      text += line;
-    }
-    if (LogWithGroups()) StartMessageGroup("Program output");
-    SendMessage(text, stInfo);
-    if (LogWithGroups()) EndMessageGroup();
-  }
+  ended_by_runner_ = outcome.exit_code == kTerminatedExitCode;
+  LogSpooledOutput(spool);
 
   bool success = InterpretResult(outcome.exit_code);
   if (success) {
