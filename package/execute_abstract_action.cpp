@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "package/process_output_spool.h"
+#include "package/string_utils.h"
 
 namespace brivant {
 
@@ -69,6 +70,9 @@ bool TBVExecuteAbstractAction::Execute() {
     OnExeNotFound(executable);
     return false;
   }
+  std::string input_file;
+  if (!TryExpandExpression("Input File", input_file_, input_file, true)) return false;
+  input_file = Trim(input_file);
   if (GetShowCommandLine() && GetLogProcessParameters()) {
     std::string parameters = GetParametersStrToLog(builder);
     SendMessage("Executing: " + executable + (parameters.empty() ? "" : " " + parameters), stInfo);
@@ -83,7 +87,7 @@ bool TBVExecuteAbstractAction::Execute() {
   request.live_capture = live_capture_;
   request.redirect_stderr = redirect_stderr_;
   request.hide_window = hide_window_;
-  request.input_file = input_file_;
+  request.input_file = input_file;
   request.timeout_ms = GetEnableTimeout() ? GetTimeoutLength() : 0;
   request.terminate = &terminate_;
 
@@ -104,7 +108,12 @@ bool TBVExecuteAbstractAction::Execute() {
 
   ProcessOutcome outcome = RequireHost().RunProcess(request, events);
   if (!outcome.started) {
-    OnExeNotFound(executable);
+    // A missing start directory or input file is no missing program.
+    if (outcome.fault == ProcessOutcome::StartFault::kProgram) {
+      OnExeNotFound(executable);
+    } else {
+      SendMessage("Unable to start program: " + executable, stError);
+    }
     if (!outcome.error.empty()) SendMessage("Error reason: " + outcome.error, stError);
     return false;
   }

@@ -83,6 +83,7 @@ class TBVExecuteAbstractAction : public TBVMultiExecAction {
   void SetHideWindow(bool hide) { hide_window_ = hide; }
   bool GetRedirectStdErr() const { return redirect_stderr_; }
   void SetRedirectStdErr(bool redirect) { redirect_stderr_ = redirect; }
+  // May hold variable references; expanded and trimmed when the run starts.
   const std::string& GetInputFile() const { return input_file_; }
   void SetInputFile(const std::string& path) { input_file_ = path; }
   uint32_t GetProcessID() const { return process_id_; }

@@ -187,9 +187,17 @@ TEST_F(RunProgramActionTest, OutputIsLiveAndStdErrIsMergedInOrder) {
 
 TEST_F(RunProgramActionTest, InputFileIsStandardInput) {
   WriteBytes(Path("in put.txt"), "first\nsecond\n");
-  action_.SetInputFile(Path("in put.txt"));
+  host_.Define("DIR", Variant(dir_.path()));
+  action_.SetInputFile(" %DIR%/in put.txt ");
   EXPECT_TRUE(RunShell("tac"));
-  EXPECT_EQ(host_.Texts(stInfo), (Lines{host_.Texts(stInfo)[0], "second", "first"}));
+  EXPECT_EQ(Lines(host_.events.begin() + 1, host_.events.end()),
+            (Lines{"stInfo: second", "stInfo: first"}));
+
+  action_.SetInputFile("%DIR%/missing.txt");
+  EXPECT_FALSE(RunShell("tac"));
+  EXPECT_EQ(host_.Texts(stError), (Lines{"Unable to start program: /bin/sh",
+                                         "Error reason: input file " + Path("missing.txt") +
+                                             ": No such file or directory"}));
 }
 
 TEST_F(RunProgramActionTest, NotWaitingSucceedsOnlyWithStillActive) {
