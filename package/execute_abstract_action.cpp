@@ -42,9 +42,9 @@ void TBVExecuteAbstractAction::LogSpooledOutput(ProcessOutputSpool& spool) {
       [this](TStrings& lines) {
         OnProcessOutput(lines);
         std::string text;
-        for (const std::string& line : lines) {
-          if (!text.empty()) text += '\n';
-          text += line;
+        for (size_t i = 0; i < lines.size(); ++i) {
+          if (i > 0) text += '\n';
+          text += lines[i];
         }
         SendMessage(text, stInfo);
       },
