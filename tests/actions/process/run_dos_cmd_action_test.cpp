@@ -43,7 +43,6 @@ TEST_F(RunDosCMDActionTest, ExistingBatFileIsQuoted) {
       {"build.BAT", Path("start"), "build.BAT"},
       {"build.bat arg", Path("start"), "build.bat arg"},
       {"it's.bat", Path("start"), "it's.bat"},
-      {"missing.bat", Path("start"), "missing.bat"},
       // The lookup uses the stored text, so a reference finds nothing.
       {"build.bat", "%START%", "build.bat"},
   };
@@ -68,14 +67,6 @@ TEST_F(RunDosCMDActionTest, ValidationNamesTheDosCommand) {
   action_.SetCommand("make");
   EXPECT_TRUE(host_.Validate(action_).empty());
   EXPECT_EQ(action_.GetFormattedDescription(), "Run DOS Command / Batch File [ make ]");
-}
-
-TEST_F(RunDosCMDActionTest, ListsHideTheProgramFields) {
-  TStrings hidden;
-  action_.GetHiddenProperties(hidden);
-  EXPECT_EQ(hidden,
-            (TStrings{"ReturnCode", "CaptureOutput", "SuccessRC", "ProgramName", "Params"}));
-  EXPECT_EQ(action_.GetPropertyTable().Find("ProgramName"), nullptr);
 }
 
 }  // namespace
