@@ -89,8 +89,7 @@ void RegisterPropertyEditors(IBVServices& services) {
          pages::TTouchFilesDateEditor());
   editor(kString, ActionClassOf<TTouchFilesAction>(), "FileSpec", pages::TFileNameEdit());
   editor(kString, ActionClassOf<TRunProgramAction>(), "ProgramName", pages::TRunProgEditor());
-  editor(kString, ActionClassOf<TRunProgramAction>(), "StartInDir",
-         pages::TStartDirectoryEditor());
+  editor(kString, ActionClassOf<TRunProgramAction>(), "StartInDir", pages::TStartDirectoryEditor());
   editor(kString, ActionClassOf<TMoveFilesAction>(), "FileSpec", pages::TFileNameEditEx());
   editor(kString, ActionClassOf<TMoveFilesAction>(), "Target", pages::TFileNameEditEx());
 }

@@ -121,9 +121,9 @@ const TBVDesignClass& TRunDosCmdFrame() {
   static const TBVDesignClass frame{
       "TRunDosCmdFrame",
       kFrame,
-      {"Command", "StartInDir", "InputFile", "WaitForCompletion", "LogOutput",
-       "EnableLiveCapture", "RedirectStdErr", "HideWindow", "EnableReturnCodeCheck",
-       "ReturnCodeComparator", "ReturnCodeToCheck"}};
+      {"Command", "StartInDir", "InputFile", "WaitForCompletion", "LogOutput", "EnableLiveCapture",
+       "RedirectStdErr", "HideWindow", "EnableReturnCodeCheck", "ReturnCodeComparator",
+       "ReturnCodeToCheck"}};
   return frame;
 }
 

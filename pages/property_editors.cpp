@@ -38,8 +38,8 @@ const FileDialogSettings& FileNameEditExDialog() {
 }
 
 const FileDialogSettings& RunProgEditorDialog() {
-  static const FileDialogSettings dialog{
-      "Select Program File", "Program Files (*.exe)|*.exe|All Files (*.*)|*.*", ".exe"};
+  static const FileDialogSettings dialog{"Select Program File",
+                                         "Program Files (*.exe)|*.exe|All Files (*.*)|*.*", ".exe"};
   return dialog;
 }
 
