@@ -29,25 +29,28 @@ platform::ProcessLaunch MakeLaunch(const ProcessRequest& request, const std::str
   return launch;
 }
 
-// The platform names the path at fault; say which role that path plays.
-std::string DescribeStartError(const platform::OsError& error, const ProcessRequest& request) {
-  if (!request.start_dir.empty() && error.path == request.start_dir)
-    return "start directory " + error.Describe();
-  if (!request.input_file.empty() && error.path == request.input_file)
-    return "input file " + error.Describe();
-  return error.Describe();
-}
-
-ProcessOutcome NotStarted(std::string error) {
+ProcessOutcome NotStarted(std::string error,
+                          ProcessOutcome::StartFault fault = ProcessOutcome::StartFault::kProgram) {
   ProcessOutcome outcome;
   outcome.error = std::move(error);
+  outcome.fault = fault;
   return outcome;
+}
+
+// The platform names the path at fault; say which role that path plays.
+ProcessOutcome StartFailed(const platform::OsError& error, const ProcessRequest& request) {
+  using Fault = ProcessOutcome::StartFault;
+  if (!request.start_dir.empty() && error.path == request.start_dir)
+    return NotStarted("start directory " + error.Describe(), Fault::kStartDir);
+  if (!request.input_file.empty() && error.path == request.input_file)
+    return NotStarted("input file " + error.Describe(), Fault::kInputFile);
+  return NotStarted(error.Describe());
 }
 
 ProcessOutcome StartWithoutWaiting(const platform::ProcessLaunch& launch,
                                    const ProcessRequest& request, const ProcessEvents& events) {
   platform::OsResult<int> pid = platform::StartProcessDetached(launch);
-  if (!pid.IsOk()) return NotStarted(DescribeStartError(pid.Error(), request));
+  if (!pid.IsOk()) return StartFailed(pid.Error(), request);
   if (events.started) events.started(static_cast<uint32_t>(pid.Value()));
   ProcessOutcome outcome;
   outcome.started = true;
@@ -66,7 +69,7 @@ ProcessOutcome RunToEnd(const platform::ProcessLaunch& launch, const ProcessRequ
   watch.terminate = request.terminate;
 
   platform::OsResult<platform::ProcessExit> result = platform::RunProcessAndWait(launch, watch);
-  if (!result.IsOk()) return NotStarted(DescribeStartError(result.Error(), request));
+  if (!result.IsOk()) return StartFailed(result.Error(), request);
   const platform::ProcessExit& exit = result.Value();
   ProcessOutcome outcome;
   outcome.started = true;

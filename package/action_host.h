@@ -78,7 +78,10 @@ struct ProcessRequest {
 struct ProcessOutcome {
   static constexpr int kStillActive = 259;     // started and not waited for
   static constexpr int kTerminated = 999;      // ended by a stop or the time-out
+  // What kept a process from starting.
+  enum class StartFault { kProgram, kStartDir, kInputFile };
   bool started = false;  // false: could not be started; error says why
+  StartFault fault = StartFault::kProgram;
   int exit_code = 0;
   bool timed_out = false;
   std::string error;

@@ -23,6 +23,8 @@
 #include "actions/process/robocopy_mirror_action.h"
 #include "actions/process/robocopy_move_action.h"
 #include "actions/process/robocopy_options.h"
+#include "actions/process/run_dos_cmd_action.h"
+#include "actions/process/run_program_action.h"
 #include "actions/process/xcopy_action.h"
 #include "actions/text/create_text_file_action.h"
 #include "actions/text/read_text_file_action.h"
@@ -39,6 +41,7 @@ namespace {
 
 constexpr const char* kFilesAndDirectories = "Files & Directories";
 constexpr const char* kMisc = "Misc";
+constexpr const char* kWindowsOS = "Windows OS";
 constexpr TBVPropertyType kString{"string"};
 
 void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
@@ -55,6 +58,8 @@ void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
   action(kFilesAndDirectories, ActionClassOf<TMoveFilesAction>(), "HMOVEFILES");
   action(kFilesAndDirectories, ActionClassOf<TSetFileAttributesAction>(), "HSETFILEATTRIB");
   action(kFilesAndDirectories, ActionClassOf<TTouchFilesAction>(), "HTOUCHFILES");
+  action(kWindowsOS, ActionClassOf<TRunProgramAction>(), "HEXECUTEPROG");
+  action(kWindowsOS, ActionClassOf<TRunDosCMDAction>(), "HRUNDOS");
   action(kFilesAndDirectories, ActionClassOf<TConcatAction>(), "HCONCAT");
   action("Disk Management", ActionClassOf<TDiskInfoAction>(), "HDISKSPACE");
   action(kMisc, ActionClassOf<TDateTimeAction>(), "HDATETIME");
@@ -96,6 +101,8 @@ void RegisterPropertyEditors(IBVServices& services) {
   editor(kString, ActionClassOf<TTouchFilesAction>(), "DateTimeString",
          pages::TTouchFilesDateEditor());
   editor(kString, ActionClassOf<TTouchFilesAction>(), "FileSpec", pages::TFileNameEdit());
+  editor(kString, ActionClassOf<TRunProgramAction>(), "ProgramName", pages::TRunProgEditor());
+  editor(kString, ActionClassOf<TRunProgramAction>(), "StartInDir", pages::TStartDirectoryEditor());
   editor(kString, ActionClassOf<TMoveFilesAction>(), "FileSpec", pages::TFileNameEditEx());
   editor(kString, ActionClassOf<TMoveFilesAction>(), "Target", pages::TFileNameEditEx());
 }
@@ -114,6 +121,8 @@ void RegisterFrames(IBVServices& services) {
   frames(ActionClassOf<TTouchFilesAction>(), {pages::TTouchFrame()});
   frames(ActionClassOf<TCopyFilesAction>(), {pages::TCopyFrame()});
   frames(ActionClassOf<TCreateDirectoryAction>(), {pages::TCreateDirectoryFrame()});
+  frames(ActionClassOf<TRunDosCMDAction>(), {pages::TRunDosCmdFrame(), pages::TRunDOSReadme()});
+  frames(ActionClassOf<TRunProgramAction>(), {pages::TRunProgramFrame()});
   frames(ActionClassOf<TRenameDirAction>(), {pages::TRenameDirFrame()});
   frames(ActionClassOf<TBVGetFileSizeAction>(), {pages::TGetFileSizeFrame()});
   frames(ActionClassOf<TConcatAction>(), {pages::TConcatFilesFrame()});

@@ -15,6 +15,8 @@
 
 namespace brivant {
 
+class ProcessOutputSpool;
+
 // An action that runs programs with an optional time-out.
 class TBVMultiExecAction : public TCustomBVAction {
  public:
@@ -41,6 +43,9 @@ class TBVExecuteAbstractAction : public TBVMultiExecAction {
   void TerminateAction() override;
   bool CanTerminate() override { return true; }
   bool GetTimedOut() const override { return timed_out_; }
+  // Whether the runner itself ended the last process, by the time-out or a
+  // stop request (its exit code is then 999).
+  bool WasEndedByRunner() const { return ended_by_runner_; }
 
   // Slots of this class, in order.
   virtual std::string GetParametersStrToLog(ICommandLineBuilder& builder);
@@ -58,6 +63,8 @@ class TBVExecuteAbstractAction : public TBVMultiExecAction {
   virtual void OnSuccess(int /*exit_code*/) {}
   virtual void OnFailure(int exit_code);
   virtual void OnExeNotFound(const std::string& executable);
+  // Captured lines that were not logged live, in blocks of about a megabyte,
+  // each just before it is logged.
   virtual void OnProcessOutput(TStrings& /*lines*/) {}
   virtual void OnStdErrData(const std::string& /*data*/) {}
   virtual void OnStdOutData(const std::string& /*data*/) {}
@@ -76,6 +83,7 @@ class TBVExecuteAbstractAction : public TBVMultiExecAction {
   void SetHideWindow(bool hide) { hide_window_ = hide; }
   bool GetRedirectStdErr() const { return redirect_stderr_; }
   void SetRedirectStdErr(bool redirect) { redirect_stderr_ = redirect; }
+  // May hold variable references; expanded and trimmed when the run starts.
   const std::string& GetInputFile() const { return input_file_; }
   void SetInputFile(const std::string& path) { input_file_ = path; }
   uint32_t GetProcessID() const { return process_id_; }
@@ -83,6 +91,8 @@ class TBVExecuteAbstractAction : public TBVMultiExecAction {
   void SetLiveCapture(bool live) { live_capture_ = live; }
 
  private:
+  void LogSpooledOutput(ProcessOutputSpool& spool);
+
   bool wait_for_completion_ = true;
   bool capture_output_ = true;
   bool hide_window_ = false;
@@ -92,6 +102,7 @@ class TBVExecuteAbstractAction : public TBVMultiExecAction {
   std::string input_file_;
   uint32_t process_id_ = 0;
   bool timed_out_ = false;
+  bool ended_by_runner_ = false;
   std::atomic<bool> terminate_{false};
 };
 

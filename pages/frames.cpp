@@ -107,4 +107,29 @@ const TBVDesignClass& TRandomFrame() {
   return frame;
 }
 
+const TBVDesignClass& TRunProgramFrame() {
+  static const TBVDesignClass frame{
+      "TRunProgramFrame",
+      kFrame,
+      {"ProgramName", "Params", "StartInDir", "InputFile", "WaitForCompletion", "LogOutput",
+       "EnableLiveCapture", "RedirectStdErr", "HideWindow", "EnableReturnCodeCheck",
+       "ReturnCodeComparator", "ReturnCodeToCheck"}};
+  return frame;
+}
+
+const TBVDesignClass& TRunDosCmdFrame() {
+  static const TBVDesignClass frame{
+      "TRunDosCmdFrame",
+      kFrame,
+      {"Command", "StartInDir", "InputFile", "WaitForCompletion", "LogOutput", "EnableLiveCapture",
+       "RedirectStdErr", "HideWindow", "EnableReturnCodeCheck", "ReturnCodeComparator",
+       "ReturnCodeToCheck"}};
+  return frame;
+}
+
+const TBVDesignClass& TRunDOSReadme() {
+  static const TBVDesignClass frame{"TRunDOSReadme", kFrame, {}};
+  return frame;
+}
+
 }  // namespace brivant::pages

@@ -25,5 +25,9 @@ const TBVDesignClass& TCreateFileFrame();
 const TBVDesignClass& TWriteToTextFileFrame();
 const TBVDesignClass& TReadFileFrame();
 const TBVDesignClass& TRandomFrame();
+const TBVDesignClass& TRunProgramFrame();
+const TBVDesignClass& TRunDosCmdFrame();
+// A page of explanation only; it edits no property.
+const TBVDesignClass& TRunDOSReadme();
 
 }  // namespace brivant::pages

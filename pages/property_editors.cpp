@@ -22,9 +22,27 @@ const TBVDesignClass& TTouchFilesDateEditor() {
   return editor;
 }
 
+const TBVDesignClass& TRunProgEditor() {
+  static const TBVDesignClass editor{"TRunProgEditor", "TFileNameEdit", {}};
+  return editor;
+}
+
+const TBVDesignClass& TStartDirectoryEditor() {
+  static const TBVDesignClass editor{"TStartDirectoryEditor", "TSelectDirectoryEditor", {}};
+  return editor;
+}
+
 const FileDialogSettings& FileNameEditExDialog() {
   static const FileDialogSettings dialog{"Select File", "All Files(*.*)|*.*", "*.*"};
   return dialog;
 }
+
+const FileDialogSettings& RunProgEditorDialog() {
+  static const FileDialogSettings dialog{"Select Program File",
+                                         "Program Files (*.exe)|*.exe|All Files (*.*)|*.*", ".exe"};
+  return dialog;
+}
+
+std::string_view StartDirectoryEditorTitle() { return "Select Start Directory"; }
 
 }  // namespace brivant::pages

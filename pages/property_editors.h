@@ -22,8 +22,14 @@ const TBVDesignClass& TFileNameEdit();           // the host's file browse dialo
 const TBVDesignClass& TSelectDirectoryEditor();  // the host's directory browse dialog
 const TBVDesignClass& TFileNameEditEx();
 const TBVDesignClass& TTouchFilesDateEditor();
+const TBVDesignClass& TRunProgEditor();
+const TBVDesignClass& TStartDirectoryEditor();
 
 // The dialog of TFileNameEditEx.
 const FileDialogSettings& FileNameEditExDialog();
+// The dialog of TRunProgEditor.
+const FileDialogSettings& RunProgEditorDialog();
+// The title of TStartDirectoryEditor's directory dialog.
+std::string_view StartDirectoryEditorTitle();
 
 }  // namespace brivant::pages

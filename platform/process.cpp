@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <optional>
@@ -224,15 +225,39 @@ int OpenPidFd(int pid) {
 #endif
 }
 
+// The groups RunProcessAndWait is waiting for, for KillRunningProcessGroups.
+// A slot holds a group id from start until just before the program is
+// reaped; the unreaped leader keeps the id from being reused meanwhile. Few
+// builds run more than a handful of programs at once; a program that finds
+// no free slot simply is not listed.
+constexpr size_t kGroupSlots = 64;
+std::atomic<int> g_running_groups[kGroupSlots];
+static_assert(std::atomic<int>::is_always_lock_free, "signal handlers read the group slots");
+
+// Returns the slot taken, or kGroupSlots when all are in use.
+size_t ListRunningGroup(int pid) {
+  for (size_t i = 0; i < kGroupSlots; ++i) {
+    int expected = 0;
+    if (g_running_groups[i].compare_exchange_strong(expected, pid)) return i;
+  }
+  return kGroupSlots;
+}
+
+void UnlistRunningGroup(size_t slot) {
+  if (slot < kGroupSlots) g_running_groups[slot].store(0);
+}
+
 // Owns a started program until it is reaped. If the owner leaves early (a
 // callback threw), the whole group is killed and the program reaped, so
 // nothing outlives the call.
 class ChildProcess {
  public:
-  explicit ChildProcess(int pid) : pid_(pid), pid_fd_(OpenPidFd(pid)) {}
+  explicit ChildProcess(int pid)
+      : pid_(pid), pid_fd_(OpenPidFd(pid)), group_slot_(ListRunningGroup(pid)) {}
   ~ChildProcess() {
     if (reaped_) return;
     SignalGroup(SIGKILL);
+    UnlistRunningGroup(group_slot_);
     ReapBlocking(pid_);
   }
   ChildProcess(const ChildProcess&) = delete;
@@ -257,12 +282,14 @@ class ChildProcess {
   // The wait status, or -1 when something else in this process reaped it.
   int Reap() {
     reaped_ = true;
+    UnlistRunningGroup(group_slot_);
     return ReapBlocking(pid_);
   }
 
  private:
   int pid_;
   UniqueFd pid_fd_;
+  size_t group_slot_;
   bool reaped_ = false;
 };
 
@@ -461,6 +488,13 @@ OsResult<int> StartProcessDetached(const ProcessLaunch& launch) {
     return OsError::FromCode(EAGAIN, launch.program);
   }
   return started;
+}
+
+void KillRunningProcessGroups() {
+  for (std::atomic<int>& group : g_running_groups) {
+    int pid = group.load();
+    if (pid > 0) ::kill(-pid, SIGKILL);
+  }
 }
 
 namespace {

@@ -107,6 +107,12 @@ struct ProcessExit {
 /// RunProcessAndWait.
 [[nodiscard]] OsResult<int> StartProcessDetached(const ProcessLaunch& launch);
 
+/// Sends SIGKILL to the process group of every program that
+/// RunProcessAndWait is waiting for at this moment. Async-signal-safe, for a
+/// signal handler that is about to end this process: the groups live apart
+/// from ours, so nothing else would end them.
+void KillRunningProcessGroups();
+
 /// The absolute path of the executable file `name` names. A name holding a
 /// '/' is taken as a path (relative to the current directory); any other
 /// name is looked up in the directories of PATH, in order, as a shell does

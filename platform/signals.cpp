@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <system_error>
 
+#include "platform/process.h"
+
 namespace brivant::platform {
 namespace {
 
@@ -24,7 +26,12 @@ struct sigaction g_previous[2];
 static_assert(std::atomic<int>::is_always_lock_free, "the signal handler needs a lock-free int");
 
 void OnStopSignal(int signal_number) {
-  if (g_signal_count.fetch_add(1) >= 1) ::_exit(128 + signal_number);
+  if (g_signal_count.fetch_add(1) >= 1) {
+    // The programs of the build run in groups of their own, out of reach of
+    // the terminal's signal; ending them is ours to do before we go.
+    KillRunningProcessGroups();
+    ::_exit(128 + signal_number);
+  }
   int saved_errno = errno;
   int fd = g_write_fd.load();
   // Only the first signal gets here, so the pipe has room for its byte.

@@ -2,7 +2,8 @@
 // and SIGTERM no longer kill the process: the first one calls the watcher's
 // callback, which asks the build to stop; a second one ends the process at
 // once with status 128 + signal number (130 for Ctrl-C), for a user whose
-// build does not stop quickly enough.
+// build does not stop quickly enough, after killing the process groups of the
+// programs the build is waiting for.
 //
 // The callback runs on the watcher's own thread, never in a signal handler,
 // so it may take locks and call into the running action. Only one watcher

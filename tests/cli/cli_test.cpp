@@ -5,9 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "tests/support/process_probe.h"
 #include "tests/support/test_host.h"
 
 namespace brivant {
@@ -296,6 +300,59 @@ TEST_F(CliTest, ValidateFindsTheRobocopyLocationInTheOptionsFile) {
   EXPECT_EQ(outcome.out,
             "Robocopy Mirror: Robocopy Options: The Robocopy.exe file path has not been specified\n"
             "Robocopy Mirror: Robocopy Options: The Robocopy.exe file can not be found\n");
+}
+
+// A DOS command that starts two sleeps, one deaf to SIGTERM, publishes the
+// pids of itself and both, and waits. `leader` goes first (a trap).
+std::string SleepersProject(const std::string& leader) {
+  return "<Project><Actions><Action Class=\"TRunDosCMDAction\" Title=\"Sleepers\">"
+         "<Property Name=\"Command\">" +
+         leader +
+         " sleep 60 &amp; echo $! &gt; pids.tmp; (trap '' TERM; exec sleep 60) &amp; "
+         "echo $! &gt;&gt; pids.tmp; echo $$ &gt;&gt; pids.tmp; mv pids.tmp pids.txt; wait"
+         "</Property></Action></Actions></Project>";
+}
+
+TEST_F(CliTest, CtrlCLeavesNoProgramOfTheBuildRunning) {
+  struct Case {
+    const char* name;
+    std::string leader;
+    const char* signals;  // shell commands once the pids are out
+    int status;
+  };
+  const Case cases[] = {
+      {"one Ctrl-C stops the build", "", "kill -INT $b", 1},
+      // The shell ignores SIGTERM, so the build is still waiting when the
+      // second Ctrl-C ends brivant at once.
+      {"a second Ctrl-C ends brivant", "trap '' TERM;", "kill -INT $b; sleep 0.3; kill -INT $b",
+       130},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::filesystem::remove(temp_.Join("pids.txt"));
+    WriteProject(SleepersProject(c.leader));
+    std::string script =
+        "cd " + Quoted(temp_.path()) + " || exit 1\n" + "env -u BRIVANT_PACKAGE_PATH " +
+        Quoted(kBrivant) +
+        " run p.bvproj --log json >out.txt 2>err.txt &\n"
+        "b=$!; i=0\n"
+        "while [ ! -s pids.txt ] && [ $i -lt 400 ]; do sleep 0.025; i=$((i+1)); done\n" +
+        c.signals + "\nwait $b; echo $? >status.txt\n";
+    ASSERT_EQ(std::system(script.c_str()), 0);
+    EXPECT_EQ(std::stoi(testing::ReadBytes(temp_.Join("status.txt"))), c.status)
+        << testing::ReadBytes(temp_.Join("err.txt"));
+    if (c.status == 1) {
+      EXPECT_NE(testing::ReadBytes(temp_.Join("out.txt")).find("Terminated by user"),
+                std::string::npos);
+    }
+    std::istringstream pids(testing::ReadBytes(temp_.Join("pids.txt")));
+    int count = 0;
+    for (long pid; pids >> pid; ++count) {
+      EXPECT_TRUE(testing::WaitUntil([&] { return !testing::IsRunning(pid); })) << pid;
+      std::system(("kill -KILL " + std::to_string(pid) + " 2>/dev/null").c_str());
+    }
+    EXPECT_EQ(count, 3);
+  }
 }
 
 }  // namespace

@@ -90,10 +90,12 @@ TEST_F(ProcessRunnerTest, CaptureAndRedirectChooseTheLines) {
 }
 
 TEST_F(ProcessRunnerTest, NotStartedNamesWhatIsWrong) {
+  using Fault = ProcessOutcome::StartFault;
   struct Case {
     const char* name;
     ProcessRequest request;
     std::string error;
+    Fault fault = Fault::kProgram;
   };
   ProcessRequest no_program;
   ProcessRequest unknown_program;
@@ -108,17 +110,18 @@ TEST_F(ProcessRunnerTest, NotStartedNamesWhatIsWrong) {
       {"no program", no_program, "no program to run was given"},
       {"unknown program", unknown_program, "no-such-program-brivant: No such file or directory"},
       {"missing start directory", missing_dir,
-       "start directory " + temp.Join("missing") + ": No such file or directory"},
+       "start directory " + temp.Join("missing") + ": No such file or directory", Fault::kStartDir},
       {"missing input file", missing_input,
-       "input file " + temp.Join("in.txt") + ": No such file or directory"},
+       "input file " + temp.Join("in.txt") + ": No such file or directory", Fault::kInputFile},
       {"missing input file, not waiting", missing_input_detached,
-       "input file " + temp.Join("in.txt") + ": No such file or directory"},
+       "input file " + temp.Join("in.txt") + ": No such file or directory", Fault::kInputFile},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     ProcessOutcome outcome = Run(c.request);
     EXPECT_FALSE(outcome.started);
     EXPECT_EQ(outcome.error, c.error);
+    EXPECT_EQ(outcome.fault, c.fault);
     EXPECT_TRUE(started_pids.empty());
   }
 }

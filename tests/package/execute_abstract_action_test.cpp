@@ -87,12 +87,12 @@ TEST_F(ExecuteAbstractActionTest, ExitCodeDecidesSuccess) {
 }
 
 TEST_F(ExecuteAbstractActionTest, OutputIsLoggedAsOneGroupAfterTheProgram) {
-  TShellScriptAction action("echo one; echo; echo 'two  words'");
+  TShellScriptAction action("echo; echo one; echo; echo 'two  words'");
   EXPECT_TRUE(host.Run(action));
   EXPECT_EQ(host.events, (Lines{
-                             "stInfo: Executing: /bin/sh -c echo one; echo; echo 'two  words'",
+                             "stInfo: Executing: /bin/sh -c echo; echo one; echo; echo 'two  words'",
                              "group-start: Program output",
-                             "stInfo: one\n\ntwo  words",
+                             "stInfo: \none\n\ntwo  words",
                              "group-end: stInfo",
                          }));
 }
