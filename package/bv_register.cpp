@@ -18,6 +18,8 @@
 #include "actions/files/rename_dir_action.h"
 #include "actions/files/set_file_attributes_action.h"
 #include "actions/files/touch_files_action.h"
+#include "actions/iterators/file_iterator.h"
+#include "actions/iterators/folder_iterator.h"
 #include "actions/text/create_text_file_action.h"
 #include "actions/text/read_text_file_action.h"
 #include "actions/text/write_to_text_file_action.h"
@@ -32,12 +34,18 @@ namespace {
 
 constexpr const char* kFilesAndDirectories = "Files & Directories";
 constexpr const char* kMisc = "Misc";
+constexpr const char* kIterators = "Iterators";
+// Every iterator offers scripts this method.
+constexpr const char* kResetMethod = "Reset";
 constexpr TBVPropertyType kString{"string"};
 
 void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
   auto action = [&services](const char* category, const TBVActionClass& action_class,
                             const char* icon) {
     services.ActionService().RegisterAction(category, action_class, icon);
+  };
+  auto method = [&services](const TBVActionClass& action_class, const char* name) {
+    services.CoreScriptingService().RegisterScriptMethod(action_class, name, nullptr);
   };
   action(kFilesAndDirectories, ActionClassOf<TFileExistsAction>(), "HCHECKFILE");
   action(kFilesAndDirectories, ActionClassOf<TCreateDirectoryAction>(), "HCREATE_DIR");
@@ -47,6 +55,10 @@ void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
   action(kFilesAndDirectories, ActionClassOf<TCopyFilesAction>(), "HCOPYFILES");
   action(kFilesAndDirectories, ActionClassOf<TMoveFilesAction>(), "HMOVEFILES");
   action(kFilesAndDirectories, ActionClassOf<TSetFileAttributesAction>(), "HSETFILEATTRIB");
+  action(kIterators, ActionClassOf<TFileIterator>(), "HFILEITERATOR");
+  action(kIterators, ActionClassOf<TFolderIterator>(), "FOLDERITERATOR");
+  method(ActionClassOf<TFileIterator>(), kResetMethod);
+  method(ActionClassOf<TFolderIterator>(), kResetMethod);
   action(kFilesAndDirectories, ActionClassOf<TTouchFilesAction>(), "HTOUCHFILES");
   action(kFilesAndDirectories, ActionClassOf<TConcatAction>(), "HCONCAT");
   action("Disk Management", ActionClassOf<TDiskInfoAction>(), "HDISKSPACE");
@@ -97,6 +109,8 @@ void RegisterFrames(IBVServices& services) {
   frames(ActionClassOf<TDeleteDirectoryAction>(), {pages::TDeleteDirFrame()});
   frames(ActionClassOf<TDeleteFilesAction>(), {pages::TDeleteFilesFrame()});
   frames(ActionClassOf<TSetFileAttributesAction>(), {pages::TFileAttributeFrame()});
+  frames(ActionClassOf<TFileIterator>(), {pages::TFileIteratorFrame()});
+  frames(ActionClassOf<TFolderIterator>(), {pages::TFolderIteratorFrame()});
   frames(ActionClassOf<TMoveFilesAction>(), {pages::TCopyFrame()});
   frames(ActionClassOf<TTouchFilesAction>(), {pages::TTouchFrame()});
   frames(ActionClassOf<TCopyFilesAction>(), {pages::TCopyFrame()});
