@@ -192,9 +192,8 @@ void TCustomFileIterator::SearchFiles(const std::string& file_spec,
   const std::string directory = ExtractFilePath(file_spec);  // with its trailing '/'
   const std::string mask = ExtractFileName(file_spec);
   const uint32_t file_mask = find_any_file_ ? kAnyFileMask : 0;
-  // Hidden and system bits are needed only to leave such files out.
-  const platform::FindDetail detail =
-      find_any_file_ ? platform::FindDetail::kWithoutStoredBits : platform::FindDetail::kFull;
+  // Only names and kinds matter here, which spares an lstat per file.
+  const platform::FindDetail detail = platform::FindDetail::kNamesAndKinds;
   // One listing serves both the files and the subdirectories when the mask
   // has wildcards; a plain name is looked up directly.
   const bool one_listing = recurse_ && platform::HasWildcards(mask);

@@ -110,11 +110,8 @@ bool TFolderIterator::BeforeFirstIteration() {
 void TFolderIterator::AddFolders(const std::string& folder) {
   const uint32_t mask =
       include_hidden_system_ ? platform::kFindAnyAttribute : platform::kFileAttributeDirectory;
-  const platform::FindDetail detail = include_hidden_system_
-                                          ? platform::FindDetail::kWithoutStoredBits
-                                          : platform::FindDetail::kFull;
   platform::OsResult<std::vector<platform::FoundEntry>> found =
-      platform::FindFiles(folder + "*", mask, detail);
+      platform::FindFiles(folder + "*", mask, platform::FindDetail::kNamesAndKinds);
   // A folder that cannot be read has no subfolders to offer, as with a
   // starting folder that does not exist.
   if (!found.IsOk()) return;
