@@ -94,27 +94,26 @@ void TCustomFileIterator::GetHiddenProperties(TStrings& list) const {
 
 void TCustomFileIterator::GetPropertyAlias(TStrings& list) const {
   TBVBaseIterator::GetPropertyAlias(list);
-  list.insert(list.end(),
-              {"[File Iterator]", "VariableName=Variable Name", "FileSpec=File Spec",
-               "Recurse=Recurse", "IncludeFilePath=Include File Path",
-               "FindAnyFile=Find Any File", "UseFileSet=Use FileSet", "FileSetName=FileSet Name",
-               "FileSetRefreshBefore=Refresh FileSet Before",
-               "FileSetRefreshAfterEach=Refresh FileSet After"});
+  list.insert(
+      list.end(),
+      {"[File Iterator]", "VariableName=Variable Name", "FileSpec=File Spec", "Recurse=Recurse",
+       "IncludeFilePath=Include File Path", "FindAnyFile=Find Any File", "UseFileSet=Use FileSet",
+       "FileSetName=FileSet Name", "FileSetRefreshBefore=Refresh FileSet Before",
+       "FileSetRefreshAfterEach=Refresh FileSet After"});
 }
 
 void TCustomFileIterator::GetPropertyHelp(TStrings& list) const {
   TBVBaseIterator::GetPropertyHelp(list);
-  list.insert(
-      list.end(),
-      {"VariableName=Iterator variable to set",
-       "FileSpec=File specification to use to find files (eg. c:\\temp\\*.pdf)",
-       "Recurse=Recurse subdirectories",
-       "IncludeFilePath=Include the file path when setting the variable",
-       "FindAnyFile=Include hidden and system files in the search",
-       "UseFileSet=Use a pre-defined FileSet instead of specifying a file specification",
-       "FileSetName=The name of the pre-defined FileSet",
-       "FileSetRefreshBefore=Refresh the FileSet contents before the first iteration",
-       "FileSetRefreshAfterEach=Refresh the FileSet contents after each iteration"});
+  list.insert(list.end(),
+              {"VariableName=Iterator variable to set",
+               "FileSpec=File specification to use to find files (eg. c:\\temp\\*.pdf)",
+               "Recurse=Recurse subdirectories",
+               "IncludeFilePath=Include the file path when setting the variable",
+               "FindAnyFile=Include hidden and system files in the search",
+               "UseFileSet=Use a pre-defined FileSet instead of specifying a file specification",
+               "FileSetName=The name of the pre-defined FileSet",
+               "FileSetRefreshBefore=Refresh the FileSet contents before the first iteration",
+               "FileSetRefreshAfterEach=Refresh the FileSet contents after each iteration"});
 }
 
 void TCustomFileIterator::StopSignalled() {
@@ -147,9 +146,9 @@ bool TCustomFileIterator::ListFileSet() {
     throw EIteratorException(std::string("Error while evaluating fileset : ") + e.what());
   }
   if (IsStopping()) return false;
-  StartMessageGroup("FileSet " + file_set_name_ + " contents (" + std::to_string(files_.size()) +
-                        " files)",
-                    0, stInfo);
+  StartMessageGroup(
+      "FileSet " + file_set_name_ + " contents (" + std::to_string(files_.size()) + " files)", 0,
+      stInfo);
   LogFileList();
   EndMessageGroup();
   SetIterationCount(static_cast<int>(files_.size()));
@@ -266,8 +265,8 @@ std::vector<std::string> TCustomFileIterator::CurrentFileSetFiles(IBVFileSet& fi
 
 void TCustomFileIterator::ReadFileSet(FileSetRead mode) {
   IBVFileSet& file_set = FindFileSet();
-  bool refresh = mode == FileSetRead::kInitial ? file_set_refresh_before_
-                                               : file_set_refresh_after_each_;
+  bool refresh =
+      mode == FileSetRead::kInitial ? file_set_refresh_before_ : file_set_refresh_after_each_;
   if (refresh) {
     SendMessage("Refreshing fileset...", stInfo);
     std::string error;

@@ -55,8 +55,8 @@ TEST_F(FileIteratorTest, FilesOfADirectoryComeBeforeItsSubdirectoriesDepthFirst)
 }
 
 TEST_F(FileIteratorTest, HiddenAndSystemFilesOnlyWithFindAnyFile) {
-  for (const char* name : {"d/normal.txt", "d/.hidden", "d/sys.txt", "d/.hd/in.txt",
-                           "d/plain/in.txt"})
+  for (const char* name :
+       {"d/normal.txt", "d/.hidden", "d/sys.txt", "d/.hd/in.txt", "d/plain/in.txt"})
     MakeFile(name);
   if (platform::OsError error =
           platform::SetFileAttributes(Path("d/sys.txt"), platform::kFileAttributeSystem)) {
@@ -118,8 +118,8 @@ TEST_F(FileIteratorTest, NothingFoundIsAnEmptyLoopNotAFailure) {
   Set(iterator_, "FileSpec", Path("missing/*.txt"));
   EXPECT_EQ(RunLoop(iterator_, {}, &executed), std::vector<std::string>{});
   EXPECT_TRUE(executed);
-  EXPECT_EQ(host_.Texts(stInfo), (std::vector<std::string>{"Searching for Files...",
-                                                            "Found 0 Files."}));
+  EXPECT_EQ(host_.Texts(stInfo),
+            (std::vector<std::string>{"Searching for Files...", "Found 0 Files."}));
 }
 
 TEST_F(FileIteratorTest, ListFailuresNameWhatFailed) {
@@ -225,12 +225,12 @@ TEST_F(FileSetIteratorTest, RefreshDropsPendingEntriesAndAppendsNewOnes) {
   std::vector<std::string> info = host_.Texts(stInfo);
   ASSERT_GE(info.size(), 6u);
   EXPECT_EQ(std::vector<std::string>(info.begin(), info.begin() + 5),
-            (std::vector<std::string>{
-                "Refreshing fileset...",
-                Path("src/a.txt") + "\n" + Path("src/b.txt") + "\n" + Path("src/c.txt") + "\n" +
-                    Path("src/d.txt"),
-                "Refreshing fileset...", "1 file(s) no longer appear in the fileset.",
-                "1 new file(s) found in the fileset."}));
+            (std::vector<std::string>{"Refreshing fileset...",
+                                      Path("src/a.txt") + "\n" + Path("src/b.txt") + "\n" +
+                                          Path("src/c.txt") + "\n" + Path("src/d.txt"),
+                                      "Refreshing fileset...",
+                                      "1 file(s) no longer appear in the fileset.",
+                                      "1 new file(s) found in the fileset."}));
   EXPECT_EQ(std::vector<std::string>(info.end() - 3, info.end()),
             (std::vector<std::string>{
                 "Final file list which was iterated (after all intermediate updates):",

@@ -9,8 +9,7 @@ namespace {
 class FolderIteratorTest : public IteratorTest {
  protected:
   void SetUp() override {
-    for (const char* name : {"root/A/B/C", "root/A/B2", "root/A2", "root/.hidden/inner",
-                             "root/Z"})
+    for (const char* name : {"root/A/B/C", "root/A/B2", "root/A2", "root/.hidden/inner", "root/Z"})
       MakeDirectory(name);
     MakeFile("root/A/file.txt");
     MakeFile("root/top.txt");
@@ -28,8 +27,8 @@ TEST_F(FolderIteratorTest, RecursiveListIsInPreOrder) {
   std::string listed;
   for (const std::string& path : expected) listed += (listed.empty() ? "" : "\n") + path;
   EXPECT_EQ(host_.events, (std::vector<std::string>{"stInfo: Searching for Folders...",
-                                                     "group-start: Found 6 Folders",
-                                                     "stInfo: " + listed, "group-end: stInfo"}));
+                                                    "group-start: Found 6 Folders",
+                                                    "stInfo: " + listed, "group-end: stInfo"}));
 }
 
 TEST_F(FolderIteratorTest, OptionsChooseNamesDepthAndHiddenFolders) {
@@ -43,8 +42,8 @@ TEST_F(FolderIteratorTest, OptionsChooseNamesDepthAndHiddenFolders) {
       {"top level", false, true, false, Paths({"root/A", "root/A2", "root/Z"})},
       {"bare names", true, false, false, {"A", "A2", "Z"}},
       {"hidden", true, true, true,
-       Paths({"root/.hidden", "root/.hidden/inner", "root/A", "root/A/B", "root/A/B/C",
-              "root/A/B2", "root/A2", "root/Z"})},
+       Paths({"root/.hidden", "root/.hidden/inner", "root/A", "root/A/B", "root/A/B/C", "root/A/B2",
+              "root/A2", "root/Z"})},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -90,9 +89,9 @@ TEST_F(FolderIteratorTest, StopFailsTheLoopInsteadOfRunningAPartialList) {
 
 TEST_F(FolderIteratorTest, ValidationAndExpansionFailures) {
   Set(iterator_, "StartingFolder", std::string());
-  EXPECT_EQ(host_.Validate(iterator_),
-            (std::vector<ValidationError>{
-                {"Starting Folder", "A starting folder has not been set", 0}}));
+  EXPECT_EQ(
+      host_.Validate(iterator_),
+      (std::vector<ValidationError>{{"Starting Folder", "A starting folder has not been set", 0}}));
   Set(iterator_, "StartingFolder", std::string("%NOPE%"));
   EXPECT_EQ(iterator_.GetFormattedDescription(), "Folder Iterator [ %NOPE% ]");
   bool executed = true;
