@@ -158,20 +158,6 @@ TEST_F(FileIteratorTest, ValidationNamesTheMissingProperty) {
   EXPECT_EQ(iterator_.GetFormattedDescription(), "File/Fileset Iterator [ %SRC%/*.c ]");
 }
 
-// A host that signals a stop the moment the iterator starts its search, as
-// the build runner's stop thread would while the search runs.
-class StopOnSearchHost : public TestHost {
- public:
-  explicit StopOnSearchHost(TCustomBVAction& action) : action_(action) {}
-  void SendMessage(const std::string& text, TStatusTag tag) override {
-    TestHost::SendMessage(text, tag);
-    if (text == "Searching for Files...") action_.StopSignalled();
-  }
-
- private:
-  TCustomBVAction& action_;
-};
-
 TEST_F(FileIteratorTest, StopDuringADeepSearchEndsItWithoutRunningTheLoop) {
   std::string deep = "d";
   for (int level = 0; level < 40; ++level) {
@@ -180,7 +166,7 @@ TEST_F(FileIteratorTest, StopDuringADeepSearchEndsItWithoutRunningTheLoop) {
   }
   Set(iterator_, "Recurse", true);
   Set(iterator_, "FileSpec", Path("d/*.txt"));
-  StopOnSearchHost host(iterator_);
+  StopOnMessageHost host(iterator_, "Searching for Files...");
   iterator_.AttachHost(&host);
   EXPECT_FALSE(iterator_.Execute());
   EXPECT_EQ(host.Texts(stInfo), std::vector<std::string>{"Searching for Files..."});

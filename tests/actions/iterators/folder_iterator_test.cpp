@@ -62,22 +62,9 @@ TEST_F(FolderIteratorTest, AMissingStartingFolderGivesAnEmptyLoop) {
   EXPECT_EQ(host_.events[1], "group-start: Found 0 Folders");
 }
 
-// Signals a stop once the search has begun.
-class StopOnSearchHost : public TestHost {
- public:
-  explicit StopOnSearchHost(TCustomBVAction& action) : action_(action) {}
-  void SendMessage(const std::string& text, TStatusTag tag) override {
-    TestHost::SendMessage(text, tag);
-    if (text == "Searching for Folders...") action_.StopSignalled();
-  }
-
- private:
-  TCustomBVAction& action_;
-};
-
 TEST_F(FolderIteratorTest, StopFailsTheLoopInsteadOfRunningAPartialList) {
   Set(iterator_, "Recurse", true);
-  StopOnSearchHost host(iterator_);
+  StopOnMessageHost host(iterator_, "Searching for Folders...");
   iterator_.AttachHost(&host);
   try {
     iterator_.Execute();

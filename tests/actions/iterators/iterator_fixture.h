@@ -1,46 +1,24 @@
-// Shared set-up of the iterator tests: a temporary directory with helpers that
-// build trees in it, the recording host, property access by name, and a loop
-// driver that asks the iterator for its next step as the build runner does.
+// Shared set-up of the iterator tests: the file action fixture (a temporary
+// directory, the recording host, property access by name) plus a loop driver
+// that asks the iterator for its next step as the build runner does.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "package/base_iterator.h"
-#include "package/property_table.h"
-#include "tests/support/test_host.h"
+#include "tests/actions/files/file_action_fixture.h"
 
 namespace brivant::testing {
 
-class IteratorTest : public ::testing::Test {
+class IteratorTest : public FileActionTest {
  protected:
-  static void Set(TCustomBVAction& action, const char* property, const PropertyValue& value) {
-    const PropertyInfo* info = action.GetPropertyTable().Find(property);
-    ASSERT_NE(info, nullptr) << property;
-    SetProperty(action, *info, value);
-  }
-  static PropertyValue Get(const TCustomBVAction& action, const char* property) {
-    const PropertyInfo* info = action.GetPropertyTable().Find(property);
-    EXPECT_NE(info, nullptr) << property;
-    return info == nullptr ? PropertyValue{} : GetProperty(action, *info);
-  }
-
-  std::string Path(const std::string& name) const { return dir_.Join(name); }
   std::vector<std::string> Paths(const std::vector<std::string>& names) const {
     std::vector<std::string> paths;
     for (const std::string& name : names) paths.push_back(Path(name));
     return paths;
-  }
-  void MakeFile(const std::string& name) const {
-    std::filesystem::create_directories(std::filesystem::path(Path(name)).parent_path());
-    WriteBytes(Path(name), "x");
-  }
-  void MakeDirectory(const std::string& name) const {
-    std::filesystem::create_directories(Path(name));
   }
 
   // Runs the loop as the host does: Execute, then one pass per iteration, in
@@ -64,9 +42,23 @@ class IteratorTest : public ::testing::Test {
     }
     return values;
   }
+};
 
-  ScopedTempDir dir_;
-  TestHost host_;
+// A host that signals a stop to `action` the moment it logs `trigger` (the
+// line an iterator sends as its search begins), as the build runner's stop
+// thread would while the search runs.
+class StopOnMessageHost : public TestHost {
+ public:
+  StopOnMessageHost(TCustomBVAction& action, std::string trigger)
+      : action_(action), trigger_(std::move(trigger)) {}
+  void SendMessage(const std::string& text, TStatusTag tag) override {
+    TestHost::SendMessage(text, tag);
+    if (text == trigger_) action_.StopSignalled();
+  }
+
+ private:
+  TCustomBVAction& action_;
+  std::string trigger_;
 };
 
 }  // namespace brivant::testing
