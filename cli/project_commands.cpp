@@ -95,6 +95,7 @@ int RunProjectFile(const host::ActionRegistry& registry, const RunArguments& arg
   host::RunOptions options;
   options.format = arguments.format;
   options.color = arguments.color;
+  options.script_methods = registry.ScriptMethods();
   for (const std::string& define : arguments.defines) {
     size_t equals = define.find('=');
     if (equals == std::string::npos || equals == 0) {

@@ -35,6 +35,15 @@ bool IsLoop(TCustomBVAction& action) {
   return iterator != nullptr && iterator->IsLoopAction();
 }
 
+// The first action of the tree, in project order, with that title.
+TCustomBVAction* FindActionByTitle(std::vector<ActionNode>& nodes, std::string_view title) {
+  for (ActionNode& node : nodes) {
+    if (node.title == title) return node.action.get();
+    if (TCustomBVAction* found = FindActionByTitle(node.children, title)) return found;
+  }
+  return nullptr;
+}
+
 TBVActionStatus FinalStatus(bool success, bool condition_not_met, bool stopped, bool ignored) {
   if (success) return condition_not_met ? asConditionNotMet : asSucceeded;
   if (stopped) return asStopped;
@@ -63,6 +72,8 @@ BuildRunner::BuildRunner(Project& project, LogSink& sink, const Defines& defines
                      file_sets_.back().get());
   }
   ApplyDefines(defines);
+  script_engine_.SetActionFinder(
+      [this](std::string_view title) { return FindActionByTitle(project_.actions, title); });
   if (!variables_.IsDefined(kDosCommandVariable)) {
     variables_.Set(kDosCommandVariable, Variant(kDefaultDosCommand));
     doscmd_is_predefined_ = true;
@@ -369,6 +380,7 @@ int RunProject(Project& project, const RunOptions& options) {
   style.columns = platform::StandardOutputColumns();
   std::unique_ptr<LogSink> sink = MakeLogSink(options.format, std::cout, style);
   BuildRunner runner(project, *sink, options.defines);
+  runner.SetScriptMethods(options.script_methods);
 
   // Declared after the runner, so it is gone before the runner is.
   auto watcher = platform::StopSignalWatcher::Start([&runner] { runner.RequestStop(); });

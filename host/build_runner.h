@@ -27,6 +27,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/action_registry.h"
 #include "host/file_set.h"
 #include "host/log_sink.h"
 #include "host/options_store.h"
@@ -41,6 +42,8 @@ struct RunOptions {
   LogFormat format = LogFormat::kText;
   bool color = true;  // --no-color clears it; NO_COLOR and a non-terminal stdout also do
   std::vector<std::pair<std::string, std::string>> defines;  // -D NAME=VALUE in order
+  // What the loaded packages registered, offered to scripts.
+  std::vector<RegisteredScriptMethod> script_methods;
 };
 
 // Validates, then runs the project; writes the log to stdout. Returns 0 when
@@ -68,6 +71,11 @@ class BuildRunner final : public IBVActionHost {
   // and `name` (names compare case-insensitively). Not owned; must outlive
   // the run.
   void AddProjectObject(const std::string& kind, const std::string& name, IBVProjectObject* object);
+  // The script methods the packages registered, callable on action objects
+  // in scripts.
+  void SetScriptMethods(std::vector<RegisteredScriptMethod> methods) {
+    script_engine_.SetScriptMethods(std::move(methods));
+  }
   // Replaces the options store actions read and write; not owned.
   void SetOptionsStore(IBVOptionsStore* store) { options_store_ = store; }
 

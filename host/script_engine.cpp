@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -16,6 +17,7 @@
 #include <vector>
 
 #include "package/action_host.h"
+#include "package/base_iterator.h"
 #include "package/custom_bv_action.h"
 #include "package/exceptions.h"
 #include "package/property_table.h"
@@ -63,25 +65,24 @@ struct IncomingValue {
 
 struct RunState {
   RunState(IBVActionHost& host_in, TCustomBVAction& action_in, const TBVActionScript& script_in,
-           const ScriptParameters& parameters, const ScriptLimits& limits_in)
+           const ScriptParameters& parameters, const ScriptLimits& limits_in,
+           const std::vector<RegisteredScriptMethod>& methods_in, const ActionFinder& find_in)
       : host(host_in),
         action(action_in),
-        properties(action_in.GetPropertyTable()),
         script(script_in),
         parameters_in(parameters),
-        class_name(action_in.ClassName()),
-        action_name(action_in.GetActionName()),
         limits(limits_in),
+        methods(methods_in),
+        find_action(find_in),
         deadline(Clock::now() + limits_in.time) {}
 
   IBVActionHost& host;
   TCustomBVAction& action;
-  const PropertyTable& properties;
   const TBVActionScript& script;
   const ScriptParameters& parameters_in;
-  std::string class_name;
-  std::string action_name;
   ScriptLimits limits;
+  const std::vector<RegisteredScriptMethod>& methods;
+  const ActionFinder& find_action;
   Clock::time_point deadline;
 
   // The limits hold while the script's own code may run; creating the heap,
@@ -100,6 +101,8 @@ struct RunState {
 
   // Scratch space of the callbacks.
   OutgoingValue outgoing;
+  TCustomBVAction* found_action = nullptr;
+  std::string action_name;
   std::vector<std::string> items;
   ErrorKind error_kind = ErrorKind::kError;
   char error[1024] = {};
@@ -369,27 +372,40 @@ const char* PropertyText(duk_context* ctx, duk_idx_t index, duk_size_t* length) 
   return duk_to_lstring(ctx, index, length);
 }
 
-// --- The Action object ---------------------------------------------------
+// --- Action objects ------------------------------------------------------
 
-const PropertyInfo& CurrentRow(duk_context* ctx, const RunState& state) {
-  return state.properties.Rows()[static_cast<size_t>(duk_get_current_magic(ctx))];
+// Where an action object keeps the action it stands for; scripts cannot see
+// hidden symbols.
+constexpr const char* kActionPointer = DUK_HIDDEN_SYMBOL("action");
+
+// The action of the object a getter, setter or method was called on.
+TCustomBVAction& ThisAction(duk_context* ctx) {
+  duk_push_this(ctx);
+  duk_get_prop_string(ctx, -1, kActionPointer);
+  auto* action = static_cast<TCustomBVAction*>(duk_get_pointer(ctx, -1));
+  duk_pop_2(ctx);
+  return action != nullptr ? *action : StateOf(ctx).action;
+}
+
+const PropertyInfo& CurrentRow(duk_context* ctx, const TCustomBVAction& action) {
+  return action.GetPropertyTable().Rows()[static_cast<size_t>(duk_get_current_magic(ctx))];
 }
 
 duk_ret_t GetActionProperty(duk_context* ctx) {
   RunState& state = StateOf(ctx);
-  const PropertyInfo& info = CurrentRow(ctx, state);
-  if (!Guarded(state,
-               [&] { state.outgoing = FromProperty(info, GetProperty(state.action, info)); }))
+  TCustomBVAction& action = ThisAction(ctx);
+  const PropertyInfo& info = CurrentRow(ctx, action);
+  if (!Guarded(state, [&] { state.outgoing = FromProperty(info, GetProperty(action, info)); }))
     return ThrowError(ctx, state);
   Push(ctx, state.outgoing);
   return 1;
 }
 
-void SetFromText(RunState& state, const PropertyInfo& info, std::string_view text) {
+void SetFromText(TCustomBVAction& action, const PropertyInfo& info, std::string_view text) {
   PropertyValue value;
   std::string error;
   if (!ParsePropertyValue(info, text, &value, &error)) throw ScriptTypeError(error);
-  SetProperty(state.action, info, value);
+  SetProperty(action, info, value);
 }
 
 // Leaves a new array holding the text of every element of the array at
@@ -423,7 +439,8 @@ bool CollectElementTexts(duk_context* ctx, RunState& state) {
 
 duk_ret_t SetActionProperty(duk_context* ctx) {
   RunState& state = StateOf(ctx);
-  const PropertyInfo& info = CurrentRow(ctx, state);
+  TCustomBVAction& action = ThisAction(ctx);
+  const PropertyInfo& info = CurrentRow(ctx, action);
   if (info.IsReadOnly()) {
     std::snprintf(state.error, sizeof state.error, "property %.*s is read-only",
                   static_cast<int>(info.name.size()), info.name.data());
@@ -432,27 +449,71 @@ duk_ret_t SetActionProperty(duk_context* ctx) {
   if (info.type == PropertyType::kStringList && duk_is_array(ctx, 0)) {
     PushElementTexts(ctx, 0);
     if (!CollectElementTexts(ctx, state) ||
-        !Guarded(state, [&] { SetProperty(state.action, info, std::move(state.items)); }))
+        !Guarded(state, [&] { SetProperty(action, info, std::move(state.items)); }))
       return ThrowError(ctx, state);
     return 0;
   }
   duk_size_t length = 0;
   const char* text = PropertyText(ctx, 0, &length);
-  if (!Guarded(state, [&] { SetFromText(state, info, std::string_view(text, length)); }))
+  if (!Guarded(state, [&] { SetFromText(action, info, std::string_view(text, length)); }))
     return ThrowError(ctx, state);
   return 0;
 }
 
-void DefineConstant(duk_context* ctx, const char* name, const std::string& value) {
+// The script methods the host knows how to call, by the name a package
+// registers them under. A package may register only names found here.
+struct ScriptMethod {
+  const char* name;
+  void (*call)(TCustomBVAction& action);
+};
+
+// "Reset" of an iterator: clears the loop's count and position, so the loop
+// ends after the pass that called it.
+void ResetIterator(TCustomBVAction& action) {
+  if (auto* iterator = dynamic_cast<TBVBaseIterator*>(&action)) iterator->Reset();
+}
+
+constexpr ScriptMethod kScriptMethods[] = {
+    {"Reset", &ResetIterator},
+};
+
+duk_ret_t CallScriptMethod(duk_context* ctx) {
+  RunState& state = StateOf(ctx);
+  TCustomBVAction& action = ThisAction(ctx);
+  const ScriptMethod& method = kScriptMethods[duk_get_current_magic(ctx)];
+  if (!Guarded(state, [&] { method.call(action); })) return ThrowError(ctx, state);
+  return 0;
+}
+
+// Adds the methods registered for the action's class to the object on top.
+void DefineScriptMethods(duk_context* ctx, const RunState& state, std::string_view class_name) {
+  for (const RegisteredScriptMethod& registered : state.methods) {
+    if (registered.class_name != class_name) continue;
+    for (size_t i = 0; i < std::size(kScriptMethods); ++i) {
+      if (registered.method_name != kScriptMethods[i].name) continue;
+      duk_push_c_function(ctx, &CallScriptMethod, 0);
+      duk_set_magic(ctx, -1, static_cast<duk_int_t>(i));
+      duk_put_prop_string(ctx, -2, kScriptMethods[i].name);
+    }
+  }
+}
+
+void DefineConstant(duk_context* ctx, const char* name, std::string_view value) {
   if (duk_has_prop_string(ctx, -1, name)) return;  // a published property wins
   duk_push_string(ctx, name);
   duk_push_lstring(ctx, value.data(), value.size());
   duk_def_prop(ctx, -3, DUK_DEFPROP_HAVE_VALUE | DUK_DEFPROP_SET_ENUMERABLE);
 }
 
-void InstallAction(duk_context* ctx, const RunState& state) {
+// Pushes the script's view of `action`: its published properties, the
+// methods registered for its class, ClassName and Name. `action_name` is the
+// action's display name, read beforehand since that may throw.
+void PushActionObject(duk_context* ctx, const RunState& state, TCustomBVAction& action,
+                      const std::string& action_name) {
   duk_push_object(ctx);
-  const std::vector<PropertyInfo>& rows = state.properties.Rows();
+  duk_push_pointer(ctx, &action);
+  duk_put_prop_string(ctx, -2, kActionPointer);
+  const std::vector<PropertyInfo>& rows = action.GetPropertyTable().Rows();
   for (size_t i = 0; i < rows.size(); ++i) {
     duk_push_lstring(ctx, rows[i].name.data(), rows[i].name.size());
     duk_push_c_function(ctx, &GetActionProperty, 0);
@@ -462,10 +523,17 @@ void InstallAction(duk_context* ctx, const RunState& state) {
     duk_def_prop(ctx, -4,
                  DUK_DEFPROP_HAVE_GETTER | DUK_DEFPROP_HAVE_SETTER | DUK_DEFPROP_SET_ENUMERABLE);
   }
-  DefineConstant(ctx, "ClassName", state.class_name);
-  DefineConstant(ctx, "Name", state.action_name);
+  DefineScriptMethods(ctx, state, action.ClassName());
+  DefineConstant(ctx, "ClassName", action.ClassName());
+  DefineConstant(ctx, "Name", action_name);
   // A misspelt property must not quietly become a new one.
   duk_seal(ctx, -1);
+}
+
+void InstallAction(duk_context* ctx, RunState& state) {
+  if (!Guarded(state, [&] { state.action_name = state.action.GetActionName(); }))
+    ThrowError(ctx, state);
+  PushActionObject(ctx, state, state.action, state.action_name);
   duk_put_global_string(ctx, "Action");
 }
 
@@ -504,11 +572,30 @@ duk_ret_t Log(duk_context* ctx) {
   return 0;
 }
 
+// Brivant.getAction(title): another action of the project, such as the loop
+// a script runs in, found by its title.
+duk_ret_t GetAction(duk_context* ctx) {
+  RunState& state = StateOf(ctx);
+  duk_size_t length = 0;
+  const char* title = duk_to_lstring(ctx, 0, &length);
+  if (!Guarded(state, [&] {
+        state.found_action =
+            state.find_action ? state.find_action(std::string_view(title, length)) : nullptr;
+        if (state.found_action == nullptr)
+          throw std::runtime_error("no action titled '" + std::string(title, length) + "'");
+        state.action_name = state.found_action->GetActionName();
+      }))
+    return ThrowError(ctx, state);
+  PushActionObject(ctx, state, *state.found_action, state.action_name);
+  return 1;
+}
+
 void InstallBrivant(duk_context* ctx) {
   static const duk_function_list_entry kFunctions[] = {
       {"getVariable", &GetVariable, 1},
       {"setVariable", &SetVariable, 2},
       {"log", &Log, 1},
+      {"getAction", &GetAction, 1},
       {nullptr, nullptr, 0},
   };
   duk_push_object(ctx);
@@ -665,7 +752,7 @@ Variant ScriptEngine::Run(TCustomBVAction& action, const TBVActionScript& script
                           ScriptParameters* parameters) {
   static const ScriptParameters kNoParameters;
   RunState state(host_, action, script, parameters != nullptr ? *parameters : kNoParameters,
-                 limits_);
+                 limits_, methods_, find_action_);
   duk_context* ctx = duk_create_heap(&Allocate, &Reallocate, &Release, &state, &OnFatalError);
   if (ctx == nullptr)
     throw EFailAction("script " + script.Name() + ": cannot create a script heap");

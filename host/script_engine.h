@@ -1,8 +1,10 @@
 // The host's script engine: runs the JavaScript of an action's script events
 // (OnReadLine, OnFindText, ...) through Duktape. A script sees its parameters
 // as globals, the action as the global "Action" (its published properties,
+// the script methods registered for its class, such as an iterator's Reset(),
 // plus ClassName and Name) and the host as the global "Brivant"
-// (getVariable, setVariable, log).
+// (getVariable, setVariable, log, and getAction(title), which gives the same
+// view of another action of the project, such as the loop around the script).
 //
 // Every Run gets a fresh script heap, so scripts cannot see each other's
 // globals and a failed script leaves nothing behind. An engine belongs to the
@@ -11,6 +13,12 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "host/action_registry.h"
 
 #include "package/action_script.h"
 #include "package/variant.h"
@@ -23,6 +31,9 @@ class TCustomBVAction;
 namespace brivant::host {
 
 // What one script run may use. A script that goes past either fails.
+// Finds an action of the project by its title; nullptr when there is none.
+using ActionFinder = std::function<TCustomBVAction*(std::string_view title)>;
+
 struct ScriptLimits {
   // Event scripts handle one line or one match at a time; a minute is far
   // beyond any honest one and still ends a runaway loop in a build.
@@ -49,6 +60,14 @@ class ScriptEngine {
   // over millions of elements) are not interrupted either way, but fail once
   // they allocate past the deadline or past the memory limit.
   static bool CanInterruptScripts();
+
+  // The script methods the packages registered; an action object offers
+  // those of its class that the engine knows how to call ("Reset").
+  void SetScriptMethods(std::vector<RegisteredScriptMethod> methods) {
+    methods_ = std::move(methods);
+  }
+  // How Brivant.getAction finds actions; without one it finds none.
+  void SetActionFinder(ActionFinder find_action) { find_action_ = std::move(find_action); }
 
   // Runs `script` with `action` as the global "Action" and each parameter as a
   // global of its name. On success copies every parameter's global back into
@@ -77,6 +96,8 @@ class ScriptEngine {
  private:
   IBVActionHost& host_;
   ScriptLimits limits_;
+  std::vector<RegisteredScriptMethod> methods_;
+  ActionFinder find_action_;
 };
 
 }  // namespace brivant::host

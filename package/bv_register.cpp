@@ -18,6 +18,8 @@
 #include "actions/files/rename_dir_action.h"
 #include "actions/files/set_file_attributes_action.h"
 #include "actions/files/touch_files_action.h"
+#include "actions/iterators/file_iterator.h"
+#include "actions/iterators/folder_iterator.h"
 #include "actions/process/robocopy_copy_action.h"
 #include "actions/process/robocopy_job_action.h"
 #include "actions/process/robocopy_mirror_action.h"
@@ -42,12 +44,18 @@ namespace {
 constexpr const char* kFilesAndDirectories = "Files & Directories";
 constexpr const char* kMisc = "Misc";
 constexpr const char* kWindowsOS = "Windows OS";
+constexpr const char* kIterators = "Iterators";
+// Every iterator offers scripts this method.
+constexpr const char* kResetMethod = "Reset";
 constexpr TBVPropertyType kString{"string"};
 
 void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
   auto action = [&services](const char* category, const TBVActionClass& action_class,
                             const char* icon) {
     services.ActionService().RegisterAction(category, action_class, icon);
+  };
+  auto method = [&services](const TBVActionClass& action_class, const char* name) {
+    services.CoreScriptingService().RegisterScriptMethod(action_class, name, nullptr);
   };
   action(kFilesAndDirectories, ActionClassOf<TFileExistsAction>(), "HCHECKFILE");
   action(kFilesAndDirectories, ActionClassOf<TCreateDirectoryAction>(), "HCREATE_DIR");
@@ -57,6 +65,10 @@ void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
   action(kFilesAndDirectories, ActionClassOf<TCopyFilesAction>(), "HCOPYFILES");
   action(kFilesAndDirectories, ActionClassOf<TMoveFilesAction>(), "HMOVEFILES");
   action(kFilesAndDirectories, ActionClassOf<TSetFileAttributesAction>(), "HSETFILEATTRIB");
+  action(kIterators, ActionClassOf<TFileIterator>(), "HFILEITERATOR");
+  action(kIterators, ActionClassOf<TFolderIterator>(), "FOLDERITERATOR");
+  method(ActionClassOf<TFileIterator>(), kResetMethod);
+  method(ActionClassOf<TFolderIterator>(), kResetMethod);
   action(kFilesAndDirectories, ActionClassOf<TTouchFilesAction>(), "HTOUCHFILES");
   action(kWindowsOS, ActionClassOf<TRunProgramAction>(), "HEXECUTEPROG");
   action(kWindowsOS, ActionClassOf<TRunDosCMDAction>(), "HRUNDOS");
@@ -117,6 +129,8 @@ void RegisterFrames(IBVServices& services) {
   frames(ActionClassOf<TDeleteDirectoryAction>(), {pages::TDeleteDirFrame()});
   frames(ActionClassOf<TDeleteFilesAction>(), {pages::TDeleteFilesFrame()});
   frames(ActionClassOf<TSetFileAttributesAction>(), {pages::TFileAttributeFrame()});
+  frames(ActionClassOf<TFileIterator>(), {pages::TFileIteratorFrame()});
+  frames(ActionClassOf<TFolderIterator>(), {pages::TFolderIteratorFrame()});
   frames(ActionClassOf<TMoveFilesAction>(), {pages::TCopyFrame()});
   frames(ActionClassOf<TTouchFilesAction>(), {pages::TTouchFrame()});
   frames(ActionClassOf<TCopyFilesAction>(), {pages::TCopyFrame()});

@@ -30,6 +30,16 @@ const TBVDesignClass& TFileAttributeFrame() {
   return frame;
 }
 
+const TBVDesignClass& TFileIteratorFrame() {
+  static const TBVDesignClass frame{"TFileIteratorFrame", kFrame, {"VariableName", "UseFileSet", "FileSpec", "Recurse", "IncludeFilePath", "FindAnyFile", "StrictExtensionMatch", "FileSetName", "FileSetRefreshBefore", "FileSetRefreshAfterEach"}};
+  return frame;
+}
+
+const TBVDesignClass& TFolderIteratorFrame() {
+  static const TBVDesignClass frame{"TFolderIteratorFrame", kFrame, {"VariableName", "StartingFolder", "Recurse", "IncludeFolderPath", "IncludeHiddenSystem"}};
+  return frame;
+}
+
 const TBVDesignClass& TCopyFrame() {
   static const TBVDesignClass frame{"TCopyFrame", kFrame, {"FileSpec", "Target", "TargetIsDir", "Force", "Recurse", "FailIfExists", "OverwriteReadOnly", "ClearAttributes", "FailIfZeroFiles", "LogFilesAffected"}};
   return frame;

@@ -12,6 +12,8 @@ const TBVDesignClass& TMoveDirectoryFrame();
 const TBVDesignClass& TDeleteDirFrame();
 const TBVDesignClass& TDeleteFilesFrame();
 const TBVDesignClass& TFileAttributeFrame();
+const TBVDesignClass& TFileIteratorFrame();
+const TBVDesignClass& TFolderIteratorFrame();
 const TBVDesignClass& TCopyFrame();
 const TBVDesignClass& TTouchFrame();
 const TBVDesignClass& TCreateDirectoryFrame();

@@ -87,6 +87,18 @@ class EntryDescriber {
     return 0;
   }
 
+  // Fills `entry` for a regular file or directory without an lstat: only
+  // the kind, the name's HIDDEN and, when asked for, the stored bits.
+  void DescribeKnownKind(const char* name, bool is_directory, FoundEntry* entry) {
+    path_.resize(prefix_length_);
+    path_ += name;
+    // Owner-writable, so that READONLY, which was not looked at, stays clear.
+    uint32_t mode = (is_directory ? S_IFDIR : S_IFREG) | S_IWUSR;
+    entry->attributes = AttributesFromMode(path_, mode, false, read_stored_bits_);
+    entry->size = 0;
+    entry->last_write_ns = 0;
+  }
+
   bool Admits(const FoundEntry& entry) const {
     return !IsFilteredOut(entry.attributes, attribute_mask_);
   }
@@ -137,9 +149,12 @@ OsResult<std::vector<FoundEntry>> FindOne(const std::string& file_spec,
 
 // The names of `directory` that match `mask`, or the error of reading it.
 // A directory that does not exist has none.
+// With `kinds`, each name's kind as the directory reports it (d_type) goes
+// there, one per entry.
 OsResult<std::vector<FoundEntry>> ReadMatchingNames(const std::string& directory,
                                                     std::string_view mask,
-                                                    DirectoryStream* stream) {
+                                                    DirectoryStream* stream,
+                                                    std::vector<unsigned char>* kinds) {
   std::vector<FoundEntry> found;
   int fd = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fd < 0 && errno == ENOENT) return found;
@@ -155,6 +170,7 @@ OsResult<std::vector<FoundEntry>> ReadMatchingNames(const std::string& directory
     }
     if (!MatchesMask(item->d_name, mask)) continue;
     found.emplace_back().name = item->d_name;
+    if (kinds != nullptr) kinds->push_back(item->d_type);
   }
 }
 
@@ -163,9 +179,17 @@ OsResult<std::vector<FoundEntry>> ReadMatchingNames(const std::string& directory
 // first lstat error, naming its entry.
 constexpr uint32_t kDropped = 0xFFFFFFFF;
 
+// With `kinds` (parallel to the entries), regular files and directories are
+// described from their kind alone.
 OsError DescribeRange(int directory_fd, const std::string& directory, EntryDescriber describer,
-                      FoundEntry* begin, FoundEntry* end) {
+                      FoundEntry* begin, FoundEntry* end, const unsigned char* kinds) {
   for (FoundEntry* entry = begin; entry != end; ++entry) {
+    unsigned char kind = kinds != nullptr ? kinds[entry - begin] : static_cast<unsigned char>(DT_UNKNOWN);
+    if (kind == DT_REG || kind == DT_DIR) {
+      describer.DescribeKnownKind(entry->name.c_str(), kind == DT_DIR, entry);
+      if (!describer.Admits(*entry)) entry->attributes = kDropped;
+      continue;
+    }
     int error = describer.Describe(directory_fd, entry->name.c_str(), entry);
     if (error != 0 && error != ENOENT)
       return OsError::FromCode(error, directory + "/" + entry->name);
@@ -174,13 +198,17 @@ OsError DescribeRange(int directory_fd, const std::string& directory, EntryDescr
   return {};
 }
 
+const unsigned char* KindsAt(const std::vector<unsigned char>* kinds, size_t index) {
+  return kinds != nullptr ? kinds->data() + index : nullptr;
+}
+
 // Each entry costs two system calls (lstat and the DOS attribute word) of a
 // couple of microseconds; a large directory shares them among threads.
 constexpr size_t kEntriesPerThread = 8192;
 constexpr unsigned kMaxThreads = 4;
 
 OsError DescribeAll(int directory_fd, const std::string& directory, const EntryDescriber& describer,
-                    std::vector<FoundEntry>* entries) {
+                    std::vector<FoundEntry>* entries, const std::vector<unsigned char>* kinds) {
   unsigned hardware = std::max(1u, std::thread::hardware_concurrency());
   size_t wanted = entries->size() / kEntriesPerThread + 1;
   size_t thread_count = std::min<size_t>({wanted, hardware, kMaxThreads});
@@ -192,8 +220,9 @@ OsError DescribeAll(int directory_fd, const std::string& directory, const EntryD
   for (size_t part = 1; part < thread_count; ++part) {
     FoundEntry* begin = data + std::min(entries->size(), part * share);
     FoundEntry* end = data + std::min(entries->size(), (part + 1) * share);
-    auto describe_part = [&, part, begin, end] {
-      errors[part] = DescribeRange(directory_fd, directory, describer, begin, end);
+    const unsigned char* part_kinds = KindsAt(kinds, static_cast<size_t>(begin - data));
+    auto describe_part = [&, part, begin, end, part_kinds] {
+      errors[part] = DescribeRange(directory_fd, directory, describer, begin, end, part_kinds);
     };
     try {
       helpers.emplace_back(describe_part);
@@ -202,7 +231,7 @@ OsError DescribeAll(int directory_fd, const std::string& directory, const EntryD
     }
   }
   errors[0] = DescribeRange(directory_fd, directory, describer, data,
-                            data + std::min(entries->size(), share));
+                            data + std::min(entries->size(), share), KindsAt(kinds, 0));
   for (std::thread& helper : helpers) helper.join();
   for (OsError& error : errors) {
     if (error) return std::move(error);
@@ -211,12 +240,17 @@ OsError DescribeAll(int directory_fd, const std::string& directory, const EntryD
 }
 
 OsResult<std::vector<FoundEntry>> FindMatching(const std::string& directory, std::string_view mask,
-                                               const EntryDescriber& describer) {
+                                               const EntryDescriber& describer,
+                                               bool kinds_from_directory) {
   DirectoryStream stream(-1);
-  OsResult<std::vector<FoundEntry>> names = ReadMatchingNames(directory, mask, &stream);
+  std::vector<unsigned char> kinds;
+  std::vector<unsigned char>* kinds_wanted = kinds_from_directory ? &kinds : nullptr;
+  OsResult<std::vector<FoundEntry>> names =
+      ReadMatchingNames(directory, mask, &stream, kinds_wanted);
   if (!names.IsOk() || names.Value().empty()) return names;
   std::vector<FoundEntry> found = std::move(names).Value();
-  if (OsError error = DescribeAll(::dirfd(stream.Get()), directory, describer, &found)) {
+  if (OsError error =
+          DescribeAll(::dirfd(stream.Get()), directory, describer, &found, kinds_wanted)) {
     return error;
   }
   found.erase(std::remove_if(found.begin(), found.end(),
@@ -256,7 +290,7 @@ OsResult<std::vector<FoundEntry>> FindFiles(const std::string& file_spec, uint32
       detail == FindDetail::kFull || (attribute_mask & filter_bits) != filter_bits;
   EntryDescriber describer(std::move(prefix), attribute_mask, read_stored_bits);
   if (!HasWildcards(mask)) return FindOne(file_spec, directory, mask, &describer);
-  return FindMatching(directory, mask, describer);
+  return FindMatching(directory, mask, describer, detail == FindDetail::kNamesAndKinds);
 }
 
 }  // namespace brivant::platform

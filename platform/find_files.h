@@ -44,6 +44,13 @@ enum class FindDetail {
   // only need names, kinds and read-only. Honoured only when the attribute
   // mask admits hidden and system entries, since filtering needs those bits.
   kWithoutStoredBits,
+  // Only what a listing of names needs: DIRECTORY, REPARSE_POINT and the
+  // HIDDEN and SYSTEM bits the attribute mask filters on (the stored ones
+  // read only when the mask leaves such entries out). READONLY, ARCHIVE, size
+  // and time are not reported. Regular files and directories cost no lstat,
+  // as the directory itself tells their kind; links and entries of unknown
+  // kind are described in full.
+  kNamesAndKinds,
 };
 
 /// Mask every attribute kind: what the file actions use to see everything.

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "package/base_iterator.h"
 #include "package/custom_bv_action.h"
 #include "package/exceptions.h"
 #include "package/property_table.h"
@@ -235,6 +236,52 @@ TEST_F(ScriptEngineTest, PublishedNamePropertyHidesTheDisplayName) {
   EXPECT_EQ(RunOn(named, engine, "Action.Name = Action.Name + ' and second'; Action.ClassName"),
             Variant("TNamedAction"));
   EXPECT_EQ(named.name, "first and second");
+}
+
+// A loop of five passes with its position published read-only.
+class TCountingIterator : public TBVBaseIterator {
+ public:
+  static const PropertyTable& Properties() {
+    static const PropertyTable table(
+        &TBVBaseIterator::Properties(),
+        {ReadOnlyProperty("Position", &TCountingIterator::GetCurrentIteration)});
+    return table;
+  }
+  std::string_view ClassName() const override { return "TCountingIterator"; }
+  std::string GetActionName() const override { return "Counting"; }
+  const PropertyTable& GetPropertyTable() const override { return Properties(); }
+  bool BeforeFirstIteration() override {
+    SetIterationCount(5);
+    return true;
+  }
+  std::string GetCurrentValue() override { return std::to_string(GetCurrentIteration()); }
+};
+
+TEST_F(ScriptEngineTest, RegisteredMethodsAndOtherActionsAreReachable) {
+  TCountingIterator loop;
+  loop.AttachHost(&host);
+  ASSERT_TRUE(loop.Execute());
+  TBVNextAction next = naRunChildren;
+  loop.GetNextActionSource(nssAfterExecute, next);
+  loop.GetNextActionSource(nssAfterChildren, next);
+  ASSERT_EQ(loop.GetCurrentIteration(), 2);
+
+  engine.SetActionFinder([&loop](std::string_view title) -> TCustomBVAction* {
+    return title == "Each item" ? &loop : nullptr;
+  });
+  // Registered for another class only: the loop offers no Reset yet.
+  engine.SetScriptMethods({{"TOtherIterator", "Reset"}});
+  EXPECT_EQ(Run("var l = Brivant.getAction('Each item'); l.Position + ' ' + typeof l.Reset"),
+            Variant("2 undefined"));
+  engine.SetScriptMethods({{"TCountingIterator", "Reset"}, {"TCountingIterator", "Unknown"}});
+  EXPECT_EQ(Run("var l = Brivant.getAction('Each item'); l.Reset(); "
+                "l.Position + ' ' + typeof l.Unknown + ' ' + l.ClassName"),
+            Variant("0 undefined TCountingIterator"));
+  EXPECT_EQ(loop.GetIterationCount(), 0) << "Reset ends the loop after this pass";
+  EXPECT_EQ(FailureOf("Brivant.getAction('Nothing').Position"),
+            "script OnTest: Error: no action titled 'Nothing' (line 1)");
+  EXPECT_EQ(FailureOf("Brivant.getAction('Each item').Position = 4"),
+            "script OnTest: TypeError: property Position is read-only (line 1)");
 }
 
 TEST_F(ScriptEngineTest, RefusedPropertyValuesFailWithTheReason) {

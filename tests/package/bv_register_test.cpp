@@ -356,6 +356,18 @@ TEST(BVRegister, RobocopyOptionsStandBetweenXCopyAndRobocopy) {
   }
 }
 
+// Each iterator's "Reset" script method follows the iterator rows it belongs
+// to, so a console host knows them too.
+TEST(BVRegister, IteratorResetMethodsFollowTheFolderIterator) {
+  RecordingServices services(/*design_time=*/false);
+  BVRegister(&services);
+  auto folder = std::find(services.calls.begin(), services.calls.end(), "action TFolderIterator");
+  ASSERT_NE(folder, services.calls.end());
+  ASSERT_GE(services.calls.end() - folder, 3);
+  EXPECT_EQ(*(folder + 1), "method TFileIterator.Reset");
+  EXPECT_EQ(*(folder + 2), "method TFolderIterator.Reset");
+}
+
 // Every registered class: defaults in the table are what the constructor
 // sets, pages edit published properties, and the alias list opens with the
 // inherited lines followed by a section line.

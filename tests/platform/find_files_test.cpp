@@ -70,6 +70,31 @@ TEST_F(FindFilesTest, SearchWithoutStoredBitsStillFiltersSystemFiles) {
   EXPECT_EQ(attributes_of(0, FindDetail::kWithoutStoredBits), 0u);
 }
 
+// Names and kinds only: the same entries as a full search under each mask,
+// with kinds and hidden or system filtering intact, READONLY and sizes left out.
+TEST_F(FindFilesTest, NamesAndKindsSearchFiltersLikeAFullOne) {
+  PutOneOfEachKind();
+  for (uint32_t mask : {0u, kDirectory, kFindAnyAttribute}) {
+    SCOPED_TRACE(mask);
+    OsResult<std::vector<FoundEntry>> full = FindFiles(PathOf("*"), mask, FindDetail::kFull);
+    OsResult<std::vector<FoundEntry>> light =
+        FindFiles(PathOf("*"), mask, FindDetail::kNamesAndKinds);
+    ASSERT_TRUE(full.IsOk() && light.IsOk());
+    ASSERT_EQ(light.Value().size(), full.Value().size());
+    for (size_t i = 0; i < full.Value().size(); ++i) {
+      const FoundEntry& expected = full.Value()[i];
+      const FoundEntry& entry = light.Value()[i];
+      SCOPED_TRACE(expected.name);
+      EXPECT_EQ(entry.name, expected.name);
+      const uint32_t kinds = kDirectory | kLink | kHidden;
+      EXPECT_EQ(entry.attributes & kinds, expected.attributes & kinds);
+      if (entry.IsLink()) continue;  // links are described in full
+      EXPECT_EQ(entry.attributes & kReadOnly, 0u);
+      EXPECT_EQ(entry.size, 0u);
+    }
+  }
+}
+
 TEST(MatchesMask, FollowsTheWildcardRules) {
   const struct {
     const char* name;
