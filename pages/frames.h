@@ -24,6 +24,10 @@ const TBVDesignClass& TGetDateTimeFrame();
 const TBVDesignClass& TCreateFileFrame();
 const TBVDesignClass& TWriteToTextFileFrame();
 const TBVDesignClass& TReadFileFrame();
+const TBVDesignClass& TExtractFileVersionInfoFrame();
+const TBVDesignClass& TFileCRCFrame();
+const TBVDesignClass& TFileMD5Frame();
+const TBVDesignClass& TFileCompareFrame();
 const TBVDesignClass& TRandomFrame();
 
 }  // namespace brivant::pages
