@@ -98,6 +98,19 @@ TEST_F(FileCompareActionTest, SizeIsComparedAfterADateDifferenceAndMD5IsSkipped)
   EXPECT_EQ(Log().size(), 5u) << "no MD5 lines after a difference";
 }
 
+// Sizes are compared by their low 32 bits: 4 GiB + 1 byte "equals" 1 byte.
+// The large file is sparse, so the test costs no disk space.
+TEST_F(FileCompareActionTest, SizesAboveFourGiBCompareByTheirLow32Bits) {
+  std::string small = MakeFile("small.bin", "x");
+  std::string large = MakeFile("large.bin", "");
+  std::filesystem::resize_file(large, (uint64_t{1} << 32) + 1);
+  Set(action_, "CompareSize", true);
+  Set(action_, "CompareMD5", false);
+  Set(action_, "Fail", true);
+  EXPECT_FALSE(Compare(small, large));
+  EXPECT_EQ(host_.Texts(stInfo).back(), "Files are of identical size (1 bytes)");
+}
+
 TEST_F(FileCompareActionTest, BadSetupsFail) {
   std::string a = MakeFile("a.bin", "abc");
   EXPECT_FALSE(Compare(a, Path("missing.bin")));
