@@ -18,10 +18,11 @@ namespace brivant::platform {
 using BlockConsumer = std::function<void(const uint8_t* data, size_t size)>;
 
 /// Reads the regular file `path` from start to end and hands every block to
-/// `consume`; an empty file gives no call. The block size is large (about a
-/// MiB) and memory use does not depend on the file's size. A directory gives
-/// EISDIR. An exception thrown by `consume` ends the read and propagates,
-/// with the file closed.
+/// `consume`, in order, on the calling thread; an empty file gives no call.
+/// Blocks are large (half a MiB) and memory use does not depend on the file's
+/// size. Past the first block a helper thread reads the next block while
+/// `consume` runs. A directory gives EISDIR. An exception thrown by `consume`
+/// ends the read and propagates, with the helper stopped and the file closed.
 [[nodiscard]] OsError ReadFileInBlocks(const std::string& path, const BlockConsumer& consume);
 
 /// Up to `max_bytes` of `path` from byte `offset` on: fewer, possibly none,
