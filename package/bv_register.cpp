@@ -4,6 +4,10 @@
 // rely on.
 #include "package/bv_register.h"
 
+#include "actions/checksums/extract_file_ver_info_action.h"
+#include "actions/checksums/file_compare_action.h"
+#include "actions/checksums/file_crc_action.h"
+#include "actions/checksums/file_md5_action.h"
 #include "actions/files/concat_action.h"
 #include "actions/files/copy_files_action.h"
 #include "actions/files/create_directory_action.h"
@@ -86,6 +90,10 @@ void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
   action(kFilesAndDirectories, ActionClassOf<TBVRobocopyMoveAction>(), "ROBOCOPYMOVE");
   action(kFilesAndDirectories, ActionClassOf<TBVRobocopyMirrorAction>(), "ROBOCOPYMIRROR");
   action(kFilesAndDirectories, ActionClassOf<TBVReadTextFileAction>(), "READTEXTFILE");
+  action(kFilesAndDirectories, ActionClassOf<TBVExtractFileVerInfoAction>(), "EXTRACTFILEINFO");
+  action(kFilesAndDirectories, ActionClassOf<TBVFileCRCAction>(), "CRC32");
+  action(kFilesAndDirectories, ActionClassOf<TBVFileMD5Action>(), "MD5");
+  action(kFilesAndDirectories, ActionClassOf<TBVFileCompareAction>(), "FILECOMPARE");
   action("File Sets", ActionClassOf<TBVFileSetCopyMoveAction>(), "FILESETCOPY");
   // The random number action reuses the file-size icon.
   action(kMisc, ActionClassOf<TBVRandomNumberAction>(), "FILESIZE");
@@ -167,6 +175,10 @@ void RegisterFrames(IBVServices& services) {
           pages::TRobocopyExcludeFrame(), pages::TBVRobocopyExcludeFilesFrame(),
           pages::TBVRobocopyExcludeDirFrame(), pages::TRobocopyLogOptionsFrame()});
   frames(ActionClassOf<TBVReadTextFileAction>(), {pages::TReadFileFrame()});
+  frames(ActionClassOf<TBVExtractFileVerInfoAction>(), {pages::TExtractFileVersionInfoFrame()});
+  frames(ActionClassOf<TBVFileCRCAction>(), {pages::TFileCRCFrame()});
+  frames(ActionClassOf<TBVFileMD5Action>(), {pages::TFileMD5Frame()});
+  frames(ActionClassOf<TBVFileCompareAction>(), {pages::TFileCompareFrame()});
   frames(ActionClassOf<TBVFileSetCopyMoveAction>(), {pages::TFileSetCopyMoveFrame()});
   frames(ActionClassOf<TBVRandomNumberAction>(), {pages::TRandomFrame()});
 }

@@ -123,6 +123,10 @@ class TCustomBVAction : public TOXXMLObject {
   virtual bool IsStopSignalled();
   virtual void SetVariable(const std::string& name, const Variant& value);
   virtual bool CanImpersonateUser() const { return false; }
+  // Designer operation outside the slot list above: the project renamed
+  // variables, one "OldName=NewName" line each (names compare ignoring case);
+  // an action that names variables in a list rewrites those entries.
+  virtual void RenameVariableReference(const TStrings& /*renames*/) {}
 
   // The host that runs the action; must outlive the run. Services called
   // without a host throw std::logic_error.

@@ -112,6 +112,36 @@ const TBVDesignClass& TReadFileFrame() {
   return frame;
 }
 
+const TBVDesignClass& TExtractFileVersionInfoFrame() {
+  static const TBVDesignClass frame{
+      "TExtractFileVersionInfoFrame", kFrame, {"FileName", "VerInfoList", "IgnoreIfNotFound"}};
+  return frame;
+}
+
+const TBVDesignClass& TFileCRCFrame() {
+  static const TBVDesignClass frame{"TFileCRCFrame",
+                                    kFrame,
+                                    {"FileName", "BVVariable", "UseDecimal", "FailIfDiffToFile",
+                                     "CompareToFile", "FailIfDiffToCRC", "CompareToCRC"}};
+  return frame;
+}
+
+const TBVDesignClass& TFileMD5Frame() {
+  static const TBVDesignClass frame{"TFileMD5Frame",
+                                    kFrame,
+                                    {"FileName", "BVVariable", "FailIfDiffToFile", "CompareToFile",
+                                     "FailIfDiffToMD5", "CompareToMD5"}};
+  return frame;
+}
+
+const TBVDesignClass& TFileCompareFrame() {
+  static const TBVDesignClass frame{"TFileCompareFrame",
+                                    kFrame,
+                                    {"FileA", "FileB", "CompareDate", "CompareSize", "CompareMD5",
+                                     "Fail", "Inverted"}};
+  return frame;
+}
+
 const TBVDesignClass& TRandomFrame() {
   static const TBVDesignClass frame{"TRandomFrame", kFrame, {"Variable", "RandInt", "Range"}};
   return frame;
