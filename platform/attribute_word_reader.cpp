@@ -82,10 +82,16 @@ AttributeWordReader::~AttributeWordReader() {
 void AttributeWordReader::Read(int directory_fd, const std::string& prefix,
                                const char* const* names, size_t count, uint32_t* bits) {
   Batch batch{directory_fd, &prefix, names, bits, count};
-  const bool shared = count >= kFewestWordsToShare && Offer(&batch);
+  // The helper may still be reading an entry it claimed, into `batch`: it
+  // is withdrawn before it goes, also when reading by path throws.
+  struct Withdrawal {
+    AttributeWordReader* reader;
+    Batch* batch;
+    ~Withdrawal() {
+      if (batch != nullptr) reader->Withdraw(batch);
+    }
+  } withdrawal{this, count >= kFewestWordsToShare && Offer(&batch) ? &batch : nullptr};
   batch.DrainByPath();
-  // The helper may still be reading an entry it claimed, into `bits`.
-  if (shared) Withdraw(&batch);
 }
 
 bool AttributeWordReader::Offer(Batch* batch) {

@@ -7,14 +7,15 @@
 // directory of its own (unshare(CLONE_FS)), moves it into each directory and
 // reads each word by the entry's bare name, a walk of one component; the
 // searching thread meanwhile reads by path, both taking the next unread
-// entry of the same list. The process's working directory is never touched. Where no thread
-// can be had, or a sandbox refuses the private working directory, the
-// searching thread reads every word by path, as without a reader.
+// entry of the same list. The process's working directory is never touched:
+// where a sandbox refuses the private one, the thread reads by path too, and
+// where no thread can be had, the searching thread reads every word alone.
 //
 // The thread starts with the first list that has words to read and ends with
 // the object: make one per walk of a tree, not one per process, so that
-// nothing outlives the caller (a package may be unloaded). One list at a time
-// shares the thread; a list read while it is busy is read by its caller alone.
+// nothing outlives the caller (a package may be unloaded). Between lists it
+// waits briefly without sleeping (see the .cpp). One list at a time shares
+// the thread; a list read while it is busy is read by its caller alone.
 #pragma once
 
 #include <atomic>
