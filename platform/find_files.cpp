@@ -103,29 +103,27 @@ class EntryDescriber {
   }
 
   // Adds the stored bits to entries described with `needs_word`, all of the
-  // directory open as `directory_fd`. Reading them is most of a listing's
-  // cost; a reader spares the kernel the walk of the whole path per entry.
+  // directory open as `directory_fd`, through `reader`: reading them is
+  // most of a listing's cost, and a reader spares the kernel the walk of the
+  // whole path per entry.
   void AddWords(int directory_fd, const std::vector<FoundEntry*>& entries,
-                AttributeWordReader* reader) {
+                AttributeWordReader* reader) const {
     if (entries.empty()) return;
+    std::vector<const char*> names;
+    names.reserve(entries.size());
+    for (const FoundEntry* entry : entries) names.push_back(entry->name.c_str());
     std::vector<uint32_t> bits(entries.size());
-    if (reader != nullptr) {
-      std::vector<const char*> names;
-      names.reserve(entries.size());
-      for (const FoundEntry* entry : entries) names.push_back(entry->name.c_str());
-      reader->Read(directory_fd, prefix_, names.data(), names.size(), bits.data());
-    } else {
-      for (size_t i = 0; i < entries.size(); ++i) bits[i] = ReadWordByPath(*entries[i]);
-    }
+    reader->Read(directory_fd, prefix_, names.data(), names.size(), bits.data());
     for (size_t i = 0; i < entries.size(); ++i) {
       entries[i]->attributes = WithStoredBits(entries[i]->attributes, bits[i]);
     }
   }
 
-  uint32_t ReadWordByPath(const FoundEntry& entry) {
+  // Adds the stored bits to one entry described with `needs_word`.
+  void AddWordByPath(FoundEntry* entry) {
     path_.resize(prefix_.size());
-    path_ += entry.name;
-    return ReadStoredAttributeBits(path_.c_str());
+    path_ += entry->name;
+    entry->attributes = WithStoredBits(entry->attributes, ReadStoredAttributeBits(path_.c_str()));
   }
 
   bool Admits(const FoundEntry& entry) const {
@@ -173,9 +171,7 @@ OsResult<std::vector<FoundEntry>> FindOne(const std::string& file_spec,
   if (error == ENOENT) return found;
   if (error == ENOTDIR || error == EACCES) return OsError::FromCode(error, directory);
   if (error != 0) return OsError::FromCode(error, file_spec);
-  if (needs_word) {
-    entry.attributes = WithStoredBits(entry.attributes, describer->ReadWordByPath(entry));
-  }
+  if (needs_word) describer->AddWordByPath(&entry);
   if (describer->Admits(entry)) found.push_back(std::move(entry));
   return found;
 }
@@ -213,9 +209,10 @@ OsResult<std::vector<FoundEntry>> ReadMatchingNames(const std::string& directory
 constexpr uint32_t kDropped = 0xFFFFFFFF;
 
 // With `kinds` (parallel to the entries), regular files and directories are
-// described from their kind alone. The stored bits are read last, in one
-// list, and only for entries the mask admits without them: they only add
-// bits that leave entries out.
+// described from their kind alone. The stored bits are read only for entries
+// the mask admits without them, as they only add bits that leave entries
+// out: through a reader last, in one list; without one each right after its
+// lstat, while the kernel has the entry at hand.
 OsError DescribeRange(int directory_fd, const std::string& directory, EntryDescriber describer,
                       FoundEntry* begin, FoundEntry* end, const unsigned char* kinds,
                       AttributeWordReader* reader) {
@@ -236,9 +233,15 @@ OsError DescribeRange(int directory_fd, const std::string& directory, EntryDescr
     }
     if (!describer.Admits(*entry)) {
       entry->attributes = kDropped;
-    } else if (needs_word) {
-      wanting_words.push_back(entry);
+      continue;
     }
+    if (!needs_word) continue;
+    if (reader != nullptr) {
+      wanting_words.push_back(entry);
+      continue;
+    }
+    describer.AddWordByPath(entry);
+    if (!describer.Admits(*entry)) entry->attributes = kDropped;
   }
   describer.AddWords(directory_fd, wanting_words, reader);
   for (FoundEntry* entry : wanting_words) {
