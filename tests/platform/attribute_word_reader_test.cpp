@@ -81,13 +81,13 @@ class AttributeWordReaderTest : public TempDirTest {
   }
 
   // Searches "one" and "two" in turn through `reader` until its thread has
-  // read words, checking every answer. `spec_prefix` is how the
+  // read words, checking every answer. `directory_prefix` is how the
   // directories are named (absolute, or relative to the working directory).
-  static void SearchInTurns(AttributeWordReader* reader, const std::string& spec_prefix) {
+  static void SearchInTurns(AttributeWordReader* reader, const std::string& directory_prefix) {
     for (int round = 0; round < kMostRounds; ++round) {
       for (const std::string directory : {"one", "two"}) {
         OsResult<std::vector<FoundEntry>> found = FindFiles(
-            spec_prefix + directory + "/f*", kFindAnyAttribute, FindDetail::kFull, reader);
+            directory_prefix + directory + "/f*", kFindAnyAttribute, FindDetail::kFull, reader);
         ASSERT_TRUE(found.IsOk()) << found.Error().Describe();
         ASSERT_EQ(found.Value().size(), static_cast<size_t>(kFilesPerDirectory));
         for (const FoundEntry& entry : found.Value()) {
@@ -112,7 +112,7 @@ TEST_F(AttributeWordReaderTest, ReadsEachWordInItsOwnDirectory) {
   EXPECT_EQ(CurrentDirectory(), before);
 }
 
-TEST_F(AttributeWordReaderTest, RelativeSpecsResolveAgainstTheProcessDirectory) {
+TEST_F(AttributeWordReaderTest, RelativeNamesResolveAgainstTheProcessDirectory) {
   const std::string before = CurrentDirectory();
   ASSERT_EQ(::chdir(root_.c_str()), 0);
   AttributeWordReader reader;
