@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <fstream>
 #include <system_error>
 
 #include "platform/file_attributes.h"
@@ -34,6 +35,21 @@ constexpr uint64_t kPhaseBits = 3;
 constexpr Phase PhaseOf(uint64_t word) { return static_cast<Phase>(word & 7); }
 constexpr uint64_t Word(uint64_t generation, Phase phase) {
   return generation << kPhaseBits | phase;
+}
+
+// Whether this thread may ask for unshare without risk: no seccomp filter
+// stands between it and the call. A filter may refuse it with EPERM, which
+// is harmless, or kill the process (the default action of some service
+// managers). When that cannot be told, it does not ask.
+bool MaySafelyUnshare() {
+  std::ifstream status("/proc/thread-self/status");
+  std::string line;
+  while (std::getline(status, line)) {
+    if (line.rfind("Seccomp:", 0) != 0) continue;
+    const size_t value = line.find_first_not_of(" \t", 8);
+    return value != std::string::npos && line[value] == '0';
+  }
+  return false;
 }
 
 }  // namespace
@@ -152,7 +168,7 @@ void AttributeWordReader::Serve() {
   // directory leaves the process's (the searching thread's) alone. Without
   // it (a sandbox may refuse unshare) the helper reads by path, as the
   // searching thread does, and never changes directory.
-  const bool own_directory = ::unshare(CLONE_FS) == 0;
+  const bool own_directory = MaySafelyUnshare() && ::unshare(CLONE_FS) == 0;
   while (WaitForOffer()) {
     uint64_t word = slot_.load();
     if (PhaseOf(word) != kOffered) continue;

@@ -8,8 +8,9 @@
 // reads each word by the entry's bare name, a walk of one component; the
 // searching thread meanwhile reads by path, both taking the next unread
 // entry of the same list. The process's working directory is never touched:
-// where a sandbox refuses the private one, the thread reads by path too, and
-// where no thread can be had, the searching thread reads every word alone.
+// under a seccomp filter (which might refuse unshare, or kill the process
+// for it) or where unshare fails, the thread reads by path too, and where
+// no thread can be had, the searching thread reads every word alone.
 //
 // The thread starts with the first list that has words to read and ends with
 // the object: make one per walk of a tree, not one per process, so that

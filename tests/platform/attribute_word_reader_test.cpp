@@ -174,9 +174,10 @@ TEST_F(AttributeWordReaderTest, ConcurrentSearchesShareOneReader) {
   for (const std::string& failure : failures) EXPECT_EQ(failure, "");
 }
 
-// Where a sandbox refuses unshare (seccomp, as container runtimes set it up),
-// the reader's thread must not move the shared working directory: it reads
-// by path instead. Run in a child process, as the filter cannot be removed.
+// Under a seccomp filter (here one that refuses unshare, as container
+// runtimes set it up) the reader's thread must not move the shared working
+// directory: it reads by path instead. Run in a child process, as the
+// filter cannot be removed.
 TEST_F(AttributeWordReaderTest, WithoutAPrivateDirectoryTheThreadReadsByPath) {
   const std::string before = CurrentDirectory();
   const pid_t child = ::fork();
