@@ -56,10 +56,10 @@ uint32_t ParseDosAttributeText(std::string_view text) {
 
 // The stored bits of `path`, or the errno of reading them. A file without
 // the attribute, or on a file system without extended attributes, has none.
-int ReadStoredBits(const std::string& path, uint32_t* bits) {
+int ReadStoredBits(const char* path, uint32_t* bits) {
   *bits = 0;
   char buffer[256];
-  ssize_t length = ::lgetxattr(path.c_str(), kDosAttributeName, buffer, sizeof buffer);
+  ssize_t length = ::lgetxattr(path, kDosAttributeName, buffer, sizeof buffer);
   if (length >= 0) {
     *bits = ParseDosAttributeText(std::string_view(buffer, static_cast<size_t>(length)));
     return 0;
@@ -67,10 +67,10 @@ int ReadStoredBits(const std::string& path, uint32_t* bits) {
   if (errno == ENODATA || errno == ENOTSUP) return 0;
   if (errno != ERANGE) return errno;
   // A long binary form: only its leading text matters.
-  ssize_t needed = ::lgetxattr(path.c_str(), kDosAttributeName, nullptr, 0);
+  ssize_t needed = ::lgetxattr(path, kDosAttributeName, nullptr, 0);
   if (needed < 0) return errno;
   std::string value(static_cast<size_t>(needed), '\0');
-  length = ::lgetxattr(path.c_str(), kDosAttributeName, value.data(), value.size());
+  length = ::lgetxattr(path, kDosAttributeName, value.data(), value.size());
   if (length < 0) return errno;
   value.resize(static_cast<size_t>(length));
   *bits = ParseDosAttributeText(value);
@@ -137,13 +137,26 @@ uint32_t AttributesFromMode(const std::string& path, uint32_t mode, bool link_to
     if (S_ISDIR(mode)) attributes |= kFileAttributeDirectory;
     if ((mode & S_IWUSR) == 0) attributes |= kFileAttributeReadOnly;
   }
-  if (read_stored_bits && (S_ISREG(mode) || S_ISDIR(mode))) {
-    uint32_t stored = 0;
-    (void)ReadStoredBits(path, &stored);
-    attributes |= stored & kStoredBits;
-  }
   if (IsHiddenByName(path)) attributes |= kFileAttributeHidden;
-  return attributes == 0 ? kFileAttributeNormal : attributes;
+  if (attributes == 0) attributes = kFileAttributeNormal;
+  if (read_stored_bits && CanHaveStoredBits(mode)) {
+    attributes = WithStoredBits(attributes, ReadStoredAttributeBits(path.c_str()));
+  }
+  return attributes;
+}
+
+bool CanHaveStoredBits(uint32_t mode) { return S_ISREG(mode) || S_ISDIR(mode); }
+
+uint32_t ReadStoredAttributeBits(const char* path) {
+  uint32_t stored = 0;
+  (void)ReadStoredBits(path, &stored);
+  return stored & kStoredBits;
+}
+
+uint32_t WithStoredBits(uint32_t attributes, uint32_t stored_bits) {
+  stored_bits &= kStoredBits;
+  if (stored_bits == 0) return attributes;
+  return (attributes & ~kFileAttributeNormal) | stored_bits;
 }
 
 OsResult<uint32_t> GetFileAttributes(const std::string& path) {
@@ -163,7 +176,7 @@ OsError SetFileAttributes(const std::string& path, uint32_t attributes) {
   if (S_ISLNK(info.st_mode)) return SetLinkAttributes(path, attributes);
 
   uint32_t stored = 0;
-  if (int error = ReadStoredBits(path, &stored)) return OsError::FromCode(error, path);
+  if (int error = ReadStoredBits(path.c_str(), &stored)) return OsError::FromCode(error, path);
   uint32_t wanted_bits = WantedStoredBits(path, attributes, stored);
   mode_t wanted_mode = WantedMode(info.st_mode & 07777, attributes);
   bool bits_change = wanted_bits != (stored & kStoredBits);

@@ -43,6 +43,21 @@ inline constexpr uint32_t kFileAttributeReparsePoint = 0x400;
 uint32_t AttributesFromMode(const std::string& path, uint32_t mode, bool link_to_directory,
                             bool read_stored_bits = true);
 
+/// Whether an entry of this lstat mode has a DOS attribute word to read
+/// (regular files and directories), as AttributesFromMode decides.
+bool CanHaveStoredBits(uint32_t mode);
+
+/// HIDDEN, SYSTEM and ARCHIVE of the DOS attribute word of `path`, not
+/// following a final symbolic link; no bits when it cannot be read. A
+/// relative `path` (a bare name too) resolves against the calling thread's
+/// working directory.
+uint32_t ReadStoredAttributeBits(const char* path);
+
+/// An attribute word from AttributesFromMode without the stored bits, with
+/// the stored bits read later added, so that reading them can be batched:
+/// the result equals AttributesFromMode with the bits read.
+uint32_t WithStoredBits(uint32_t attributes, uint32_t stored_bits);
+
 /// Applies READONLY, HIDDEN, SYSTEM and ARCHIVE from `attributes`; the other
 /// bits are ignored. NORMAL (0x80) alone clears all four. Clearing HIDDEN of
 /// a name that starts with '.' is not possible and is ignored (the name is

@@ -57,15 +57,17 @@ bool IsFilteredOut(uint32_t attributes, uint32_t attribute_mask) {
 class EntryDescriber {
  public:
   EntryDescriber(std::string prefix, uint32_t attribute_mask, bool read_stored_bits)
-      : path_(std::move(prefix)),
-        prefix_length_(path_.size()),
+      : path_(prefix),
+        prefix_(std::move(prefix)),
         attribute_mask_(attribute_mask),
         read_stored_bits_(read_stored_bits) {}
 
   // Fills `entry` for `name`, looked up relative to `directory_fd` (or
-  // AT_FDCWD with the prefix). Returns 0 or the errno of the lstat.
-  int Describe(int directory_fd, const char* name, FoundEntry* entry) {
-    path_.resize(prefix_length_);
+  // AT_FDCWD with the prefix), all but the stored bits of the DOS attribute
+  // word; `needs_word` tells whether those are still to be read (see
+  // AddWords). Returns 0 or the errno of the lstat.
+  int Describe(int directory_fd, const char* name, FoundEntry* entry, bool* needs_word) {
+    path_.resize(prefix_.size());
     path_ += name;
     const char* at = directory_fd == AT_FDCWD ? path_.c_str() : name;
     struct stat info;
@@ -80,23 +82,48 @@ class EntryDescriber {
         info.st_mtim = target.st_mtim;
       }
     }
-    entry->attributes =
-        AttributesFromMode(path_, info.st_mode, link_to_directory, read_stored_bits_);
+    entry->attributes = AttributesFromMode(path_, info.st_mode, link_to_directory, false);
+    *needs_word = read_stored_bits_ && CanHaveStoredBits(info.st_mode);
     entry->size = entry->IsDirectory() ? 0 : static_cast<uint64_t>(info.st_size);
     entry->last_write_ns = Nanoseconds(info.st_mtim);
     return 0;
   }
 
   // Fills `entry` for a regular file or directory without an lstat: only
-  // the kind, the name's HIDDEN and, when asked for, the stored bits.
-  void DescribeKnownKind(const char* name, bool is_directory, FoundEntry* entry) {
-    path_.resize(prefix_length_);
+  // the kind and the name's HIDDEN; the stored bits as with Describe.
+  void DescribeKnownKind(const char* name, bool is_directory, FoundEntry* entry, bool* needs_word) {
+    path_.resize(prefix_.size());
     path_ += name;
     // Owner-writable, so that READONLY, which was not looked at, stays clear.
     uint32_t mode = (is_directory ? S_IFDIR : S_IFREG) | S_IWUSR;
-    entry->attributes = AttributesFromMode(path_, mode, false, read_stored_bits_);
+    entry->attributes = AttributesFromMode(path_, mode, false, false);
+    *needs_word = read_stored_bits_;
     entry->size = 0;
     entry->last_write_ns = 0;
+  }
+
+  // Adds the stored bits to entries described with `needs_word`, all of the
+  // directory open as `directory_fd`, through `reader`: reading them is
+  // most of a listing's cost, and a reader spares the kernel the walk of the
+  // whole path per entry.
+  void AddWords(int directory_fd, const std::vector<FoundEntry*>& entries,
+                AttributeWordReader* reader) const {
+    if (entries.empty()) return;
+    std::vector<const char*> names;
+    names.reserve(entries.size());
+    for (const FoundEntry* entry : entries) names.push_back(entry->name.c_str());
+    std::vector<uint32_t> bits(entries.size());
+    reader->Read(directory_fd, prefix_, names.data(), names.size(), bits.data());
+    for (size_t i = 0; i < entries.size(); ++i) {
+      entries[i]->attributes = WithStoredBits(entries[i]->attributes, bits[i]);
+    }
+  }
+
+  // Adds the stored bits to one entry described with `needs_word`.
+  void AddWordByPath(FoundEntry* entry) {
+    path_.resize(prefix_.size());
+    path_ += entry->name;
+    entry->attributes = WithStoredBits(entry->attributes, ReadStoredAttributeBits(path_.c_str()));
   }
 
   bool Admits(const FoundEntry& entry) const {
@@ -105,7 +132,7 @@ class EntryDescriber {
 
  private:
   std::string path_;
-  size_t prefix_length_;
+  std::string prefix_;
   uint32_t attribute_mask_;
   bool read_stored_bits_;
 };
@@ -139,10 +166,12 @@ OsResult<std::vector<FoundEntry>> FindOne(const std::string& file_spec,
   std::vector<FoundEntry> found;
   FoundEntry entry;
   entry.name = name;
-  int error = describer->Describe(AT_FDCWD, entry.name.c_str(), &entry);
+  bool needs_word = false;
+  int error = describer->Describe(AT_FDCWD, entry.name.c_str(), &entry, &needs_word);
   if (error == ENOENT) return found;
   if (error == ENOTDIR || error == EACCES) return OsError::FromCode(error, directory);
   if (error != 0) return OsError::FromCode(error, file_spec);
+  if (needs_word) describer->AddWordByPath(&entry);
   if (describer->Admits(entry)) found.push_back(std::move(entry));
   return found;
 }
@@ -180,20 +209,43 @@ OsResult<std::vector<FoundEntry>> ReadMatchingNames(const std::string& directory
 constexpr uint32_t kDropped = 0xFFFFFFFF;
 
 // With `kinds` (parallel to the entries), regular files and directories are
-// described from their kind alone.
+// described from their kind alone. The stored bits are read only for entries
+// the mask admits without them, as they only add bits that leave entries
+// out: through a reader last, in one list; without one each right after its
+// lstat, while the kernel has the entry at hand.
 OsError DescribeRange(int directory_fd, const std::string& directory, EntryDescriber describer,
-                      FoundEntry* begin, FoundEntry* end, const unsigned char* kinds) {
+                      FoundEntry* begin, FoundEntry* end, const unsigned char* kinds,
+                      AttributeWordReader* reader) {
+  std::vector<FoundEntry*> wanting_words;
   for (FoundEntry* entry = begin; entry != end; ++entry) {
     unsigned char kind = kinds != nullptr ? kinds[entry - begin] : static_cast<unsigned char>(DT_UNKNOWN);
+    bool needs_word = false;
     if (kind == DT_REG || kind == DT_DIR) {
-      describer.DescribeKnownKind(entry->name.c_str(), kind == DT_DIR, entry);
-      if (!describer.Admits(*entry)) entry->attributes = kDropped;
+      describer.DescribeKnownKind(entry->name.c_str(), kind == DT_DIR, entry, &needs_word);
+    } else {
+      int error = describer.Describe(directory_fd, entry->name.c_str(), entry, &needs_word);
+      if (error != 0 && error != ENOENT)
+        return OsError::FromCode(error, directory + "/" + entry->name);
+      if (error == ENOENT) {
+        entry->attributes = kDropped;
+        continue;
+      }
+    }
+    if (!describer.Admits(*entry)) {
+      entry->attributes = kDropped;
       continue;
     }
-    int error = describer.Describe(directory_fd, entry->name.c_str(), entry);
-    if (error != 0 && error != ENOENT)
-      return OsError::FromCode(error, directory + "/" + entry->name);
-    if (error == ENOENT || !describer.Admits(*entry)) entry->attributes = kDropped;
+    if (!needs_word) continue;
+    if (reader != nullptr) {
+      wanting_words.push_back(entry);
+      continue;
+    }
+    describer.AddWordByPath(entry);
+    if (!describer.Admits(*entry)) entry->attributes = kDropped;
+  }
+  describer.AddWords(directory_fd, wanting_words, reader);
+  for (FoundEntry* entry : wanting_words) {
+    if (!describer.Admits(*entry)) entry->attributes = kDropped;
   }
   return {};
 }
@@ -208,7 +260,8 @@ constexpr size_t kEntriesPerThread = 8192;
 constexpr unsigned kMaxThreads = 4;
 
 OsError DescribeAll(int directory_fd, const std::string& directory, const EntryDescriber& describer,
-                    std::vector<FoundEntry>* entries, const std::vector<unsigned char>* kinds) {
+                    std::vector<FoundEntry>* entries, const std::vector<unsigned char>* kinds,
+                    AttributeWordReader* reader) {
   unsigned hardware = std::max(1u, std::thread::hardware_concurrency());
   size_t wanted = entries->size() / kEntriesPerThread + 1;
   size_t thread_count = std::min<size_t>({wanted, hardware, kMaxThreads});
@@ -222,7 +275,8 @@ OsError DescribeAll(int directory_fd, const std::string& directory, const EntryD
     FoundEntry* end = data + std::min(entries->size(), (part + 1) * share);
     const unsigned char* part_kinds = KindsAt(kinds, static_cast<size_t>(begin - data));
     auto describe_part = [&, part, begin, end, part_kinds] {
-      errors[part] = DescribeRange(directory_fd, directory, describer, begin, end, part_kinds);
+      errors[part] =
+          DescribeRange(directory_fd, directory, describer, begin, end, part_kinds, reader);
     };
     try {
       helpers.emplace_back(describe_part);
@@ -231,7 +285,7 @@ OsError DescribeAll(int directory_fd, const std::string& directory, const EntryD
     }
   }
   errors[0] = DescribeRange(directory_fd, directory, describer, data,
-                            data + std::min(entries->size(), share), KindsAt(kinds, 0));
+                            data + std::min(entries->size(), share), KindsAt(kinds, 0), reader);
   for (std::thread& helper : helpers) helper.join();
   for (OsError& error : errors) {
     if (error) return std::move(error);
@@ -241,7 +295,8 @@ OsError DescribeAll(int directory_fd, const std::string& directory, const EntryD
 
 OsResult<std::vector<FoundEntry>> FindMatching(const std::string& directory, std::string_view mask,
                                                const EntryDescriber& describer,
-                                               bool kinds_from_directory) {
+                                               bool kinds_from_directory,
+                                               AttributeWordReader* reader) {
   DirectoryStream stream(-1);
   std::vector<unsigned char> kinds;
   std::vector<unsigned char>* kinds_wanted = kinds_from_directory ? &kinds : nullptr;
@@ -250,7 +305,7 @@ OsResult<std::vector<FoundEntry>> FindMatching(const std::string& directory, std
   if (!names.IsOk() || names.Value().empty()) return names;
   std::vector<FoundEntry> found = std::move(names).Value();
   if (OsError error =
-          DescribeAll(::dirfd(stream.Get()), directory, describer, &found, kinds_wanted)) {
+          DescribeAll(::dirfd(stream.Get()), directory, describer, &found, kinds_wanted, reader)) {
     return error;
   }
   found.erase(std::remove_if(found.begin(), found.end(),
@@ -275,7 +330,7 @@ bool HasWildcards(std::string_view text) {
 }
 
 OsResult<std::vector<FoundEntry>> FindFiles(const std::string& file_spec, uint32_t attribute_mask,
-                                            FindDetail detail) {
+                                            FindDetail detail, AttributeWordReader* reader) {
   size_t slash = file_spec.rfind('/');
   std::string directory = ".";
   std::string prefix;
@@ -290,7 +345,7 @@ OsResult<std::vector<FoundEntry>> FindFiles(const std::string& file_spec, uint32
       detail == FindDetail::kFull || (attribute_mask & filter_bits) != filter_bits;
   EntryDescriber describer(std::move(prefix), attribute_mask, read_stored_bits);
   if (!HasWildcards(mask)) return FindOne(file_spec, directory, mask, &describer);
-  return FindMatching(directory, mask, describer, detail == FindDetail::kNamesAndKinds);
+  return FindMatching(directory, mask, describer, detail == FindDetail::kNamesAndKinds, reader);
 }
 
 }  // namespace brivant::platform

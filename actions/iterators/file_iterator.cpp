@@ -23,9 +23,10 @@ constexpr uint32_t kAnyFileMask = 0x1EF;
 bool IsDotEntry(std::string_view name) { return name == "." || name == ".."; }
 
 std::vector<platform::FoundEntry> Search(const std::string& file_spec, uint32_t attribute_mask,
-                                         platform::FindDetail detail) {
+                                         platform::FindDetail detail,
+                                         platform::AttributeWordReader* reader) {
   platform::OsResult<std::vector<platform::FoundEntry>> found =
-      platform::FindFiles(file_spec, attribute_mask, detail);
+      platform::FindFiles(file_spec, attribute_mask, detail, reader);
   if (!found.IsOk()) throw std::runtime_error(found.Error().Describe());
   return std::move(found).Value();
 }
@@ -161,7 +162,10 @@ bool TCustomFileIterator::ListFileSpec(const std::string& file_spec) {
     files_.clear();
     std::string strict_extension;
     if (strict_extension_match_) strict_extension = ExtractFileExt(ExtractFileName(file_spec));
-    SearchFiles(file_spec, strict_extension);
+    // Leaving hidden and system files out needs each file's DOS attribute
+    // word; one reader for the whole walk reads them cheaply.
+    platform::AttributeWordReader reader;
+    SearchFiles(file_spec, strict_extension, &reader);
     if (IsStopping()) return false;
     SendMessage("Found " + std::to_string(files_.size()) + " Files.", stInfo);
     LogFileList();
@@ -187,7 +191,8 @@ void TCustomFileIterator::AddFound(const std::string& directory, const std::stri
 }
 
 void TCustomFileIterator::SearchFiles(const std::string& file_spec,
-                                      std::string_view strict_extension) {
+                                      std::string_view strict_extension,
+                                      platform::AttributeWordReader* reader) {
   const std::string directory = ExtractFilePath(file_spec);  // with its trailing '/'
   const std::string mask = ExtractFileName(file_spec);
   const uint32_t file_mask = find_any_file_ ? kAnyFileMask : 0;
@@ -197,8 +202,9 @@ void TCustomFileIterator::SearchFiles(const std::string& file_spec,
   // has wildcards; a plain name is looked up directly.
   const bool one_listing = recurse_ && platform::HasWildcards(mask);
   const std::vector<platform::FoundEntry> entries =
-      one_listing ? Search(directory + "*", file_mask | platform::kFileAttributeDirectory, detail)
-                  : Search(file_spec, file_mask, detail);
+      one_listing
+          ? Search(directory + "*", file_mask | platform::kFileAttributeDirectory, detail, reader)
+          : Search(file_spec, file_mask, detail, reader);
   for (const platform::FoundEntry& entry : entries) {
     if (IsStopping()) return;
     if (entry.IsDirectory() || (one_listing && !platform::MatchesMask(entry.name, mask))) continue;
@@ -206,13 +212,14 @@ void TCustomFileIterator::SearchFiles(const std::string& file_spec,
   }
   if (!recurse_) return;
   const std::vector<platform::FoundEntry> folders =
-      one_listing ? entries
-                  : Search(directory + "*", file_mask | platform::kFileAttributeDirectory, detail);
+      one_listing
+          ? entries
+          : Search(directory + "*", file_mask | platform::kFileAttributeDirectory, detail, reader);
   for (const platform::FoundEntry& entry : folders) {
     if (IsStopping()) return;
     // A link to a folder is not followed, so a link cycle cannot trap the search.
     if (!entry.IsDirectory() || entry.IsLink() || IsDotEntry(entry.name)) continue;
-    SearchFiles(directory + entry.name + "/" + mask, strict_extension);
+    SearchFiles(directory + entry.name + "/" + mask, strict_extension, reader);
   }
 }
 

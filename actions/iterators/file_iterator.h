@@ -25,6 +25,10 @@ namespace brivant {
 
 class IBVFileSet;
 
+namespace platform {
+class AttributeWordReader;
+}  // namespace platform
+
 class TCustomFileIterator : public TBVBaseIterator {
  public:
   TCustomFileIterator() = default;
@@ -70,7 +74,8 @@ class TCustomFileIterator : public TBVBaseIterator {
   bool ListFileSet();
   // Appends the files `file_spec` matches, then those of its subdirectories
   // when recursing. Returns early once a stop is signalled.
-  void SearchFiles(const std::string& file_spec, std::string_view strict_extension);
+  void SearchFiles(const std::string& file_spec, std::string_view strict_extension,
+                   platform::AttributeWordReader* reader);
   void AddFound(const std::string& directory, const std::string& name,
                 std::string_view strict_extension);
   // Throws EIteratorException for a missing set; refresh failures throw

@@ -93,7 +93,10 @@ bool TFolderIterator::BeforeFirstIteration() {
     SendMessage("Searching for Folders...", stInfo);
     folders_.clear();
     if (!folder.empty() && folder.back() != '/') folder += '/';
-    AddFolders(folder);
+    // Leaving hidden and system folders out needs each entry's DOS attribute
+    // word; one reader for the whole walk reads them cheaply.
+    platform::AttributeWordReader reader;
+    AddFolders(folder, &reader);
   } catch (const EIteratorException& e) {
     throw EIteratorException(e.what());
   } catch (const std::exception& e) {
@@ -107,11 +110,11 @@ bool TFolderIterator::BeforeFirstIteration() {
   return true;
 }
 
-void TFolderIterator::AddFolders(const std::string& folder) {
+void TFolderIterator::AddFolders(const std::string& folder, platform::AttributeWordReader* reader) {
   const uint32_t mask =
       include_hidden_system_ ? platform::kFindAnyAttribute : platform::kFileAttributeDirectory;
   platform::OsResult<std::vector<platform::FoundEntry>> found =
-      platform::FindFiles(folder + "*", mask, platform::FindDetail::kNamesAndKinds);
+      platform::FindFiles(folder + "*", mask, platform::FindDetail::kNamesAndKinds, reader);
   // A folder that cannot be read has no subfolders to offer, as with a
   // starting folder that does not exist.
   if (!found.IsOk()) return;
@@ -121,7 +124,7 @@ void TFolderIterator::AddFolders(const std::string& folder) {
     folders_.push_back(include_folder_path_ ? folder + entry.name : entry.name);
     // A link to a folder is listed but not entered, so a link cycle cannot
     // trap the search.
-    if (recurse_ && !entry.IsLink()) AddFolders(folder + entry.name + "/");
+    if (recurse_ && !entry.IsLink()) AddFolders(folder + entry.name + "/", reader);
   }
 }
 

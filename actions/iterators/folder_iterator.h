@@ -19,6 +19,10 @@
 
 namespace brivant {
 
+namespace platform {
+class AttributeWordReader;
+}  // namespace platform
+
 class TFolderIterator : public TBVBaseIterator {
  public:
   static constexpr std::string_view kClassName = "TFolderIterator";
@@ -53,7 +57,7 @@ class TFolderIterator : public TBVBaseIterator {
  private:
   // Appends the subfolders of `folder` (which ends in '/'), and with Recurse
   // those below each right after it.
-  void AddFolders(const std::string& folder);
+  void AddFolders(const std::string& folder, platform::AttributeWordReader* reader);
 
   std::string starting_folder_;
   bool recurse_ = false;
