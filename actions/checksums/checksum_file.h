@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "package/custom_bv_action.h"
 #include "platform/file_reading.h"
 
 namespace brivant {
@@ -22,5 +23,12 @@ class EFileReadError : public std::runtime_error {
 
 /// Hands every block of `path` to `consume`, in order. Throws EFileReadError.
 void ForEachBlockOf(const std::string& path, const platform::BlockConsumer& consume);
+
+/// Expands and trims `text`, the value of the property titled `title`, into
+/// the path of an existing file. Otherwise logs why through `action` and
+/// returns false: the failed expansion, "Filename has not been set" for an
+/// empty path when `must_be_set`, or "File not found: " + path.
+bool ExpandExistingFile(TCustomBVAction& action, const std::string& title,
+                        const std::string& text, bool must_be_set, std::string* path);
 
 }  // namespace brivant

@@ -5,9 +5,8 @@
 #include <stdexcept>
 
 #include "actions/checksums/checksum_description.h"
+#include "actions/checksums/checksum_file.h"
 #include "actions/checksums/crc32.h"
-#include "package/string_utils.h"
-#include "platform/file_system.h"
 
 namespace brivant {
 
@@ -90,12 +89,7 @@ bool TBVFileCRCAction::ComputeValue(const std::string& path, const std::string& 
 
 bool TBVFileCRCAction::CompareToSecondFile(const std::string& value) {
   std::string path;
-  if (!TryExpandExpression("Compare to File", compare_to_file_, path, true)) return false;
-  path = Trim(path);
-  if (!platform::FileExists(path)) {
-    SendMessage("File not found: " + path, stError);
-    return false;
-  }
+  if (!ExpandExistingFile(*this, "Compare to File", compare_to_file_, false, &path)) return false;
   std::string second_value;
   if (!ComputeValue(path, "Error getting crc32 for file 2 : ", &second_value)) return false;
   if (second_value != value) {
@@ -122,16 +116,7 @@ bool TBVFileCRCAction::CompareToGivenCRC(const std::string& value) {
 
 bool TBVFileCRCAction::Execute() {
   std::string path;
-  if (!TryExpandExpression("FileName", file_name_, path, true)) return false;
-  path = Trim(path);
-  if (path.empty()) {
-    SendMessage("Filename has not been set", stError);
-    return false;
-  }
-  if (!platform::FileExists(path)) {
-    SendMessage("File not found: " + path, stError);
-    return false;
-  }
+  if (!ExpandExistingFile(*this, "FileName", file_name_, true, &path)) return false;
   std::string value;
   if (!ComputeValue(path, "Error getting crc32 : ", &value)) return false;
   SendMessage("CRC32 for " + path + " is " + value, stInfo);

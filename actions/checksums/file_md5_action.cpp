@@ -3,9 +3,9 @@
 #include <exception>
 
 #include "actions/checksums/checksum_description.h"
+#include "actions/checksums/checksum_file.h"
 #include "actions/checksums/hash_alg_md5.h"
 #include "package/string_utils.h"
-#include "platform/file_system.h"
 
 namespace brivant {
 
@@ -73,12 +73,7 @@ bool TBVFileMD5Action::ComputeHash(const std::string& path, std::string* hash) {
 
 bool TBVFileMD5Action::CompareToSecondFile(const std::string& hash) {
   std::string path;
-  if (!TryExpandExpression("Compare to File", compare_to_file_, path, true)) return false;
-  path = Trim(path);
-  if (!platform::FileExists(path)) {
-    SendMessage("File not found: " + path, stError);
-    return false;
-  }
+  if (!ExpandExistingFile(*this, "Compare to File", compare_to_file_, false, &path)) return false;
   std::string second_hash;
   if (!ComputeHash(path, &second_hash)) return false;
   if (!SameText(second_hash, hash)) {
@@ -104,16 +99,7 @@ bool TBVFileMD5Action::CompareToGivenMD5(const std::string& hash) {
 
 bool TBVFileMD5Action::Run() {
   std::string path;
-  if (!TryExpandExpression("FileName", file_name_, path, true)) return false;
-  path = Trim(path);
-  if (path.empty()) {
-    SendMessage("Filename has not been set", stError);
-    return false;
-  }
-  if (!platform::FileExists(path)) {
-    SendMessage("File not found: " + path, stError);
-    return false;
-  }
+  if (!ExpandExistingFile(*this, "FileName", file_name_, true, &path)) return false;
   std::string hash;
   if (!ComputeHash(path, &hash)) return false;
   SendMessage("MD5 for " + path + " is " + hash, stInfo);
