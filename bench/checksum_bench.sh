@@ -21,27 +21,16 @@ readonly kFileMiB=1024
 brivant=${1:-build/brivant}
 rounds=${2:-5}
 
-die() {
-  echo "checksum_bench: $*" >&2
-  exit 2
-}
+bench_name=checksum_bench
+source "$(dirname "$0")/bench_lib.sh"
 
-[[ -x $brivant ]] || die "$brivant is not an executable; build brivant first"
-[[ $rounds =~ ^[1-9][0-9]*$ ]] || die "ROUNDS must be a positive number, not '$rounds'"
 for tool in rhash python3 md5sum; do
   command -v "$tool" >/dev/null || die "needs $tool (Debian: apt-get install rhash python3 coreutils)"
-done
-brivant=$(realpath "$brivant")
-classes=$("$brivant" list | cut -f2)
-for class in TBVFileCRCAction TBVFileMD5Action; do
-  grep -qx "$class" <<<"$classes" || die "$brivant has no $class"
 done
 free_kib=$(df -Pk /tmp | awk 'NR == 2 { print $4 }')
 ((free_kib > (kFileMiB + 100) * 1024)) || die "/tmp has too little space for a $kFileMiB MiB file"
 
-scratch=$(mktemp -d /tmp/brivant-checksum-bench.XXXXXX)
-trap 'rm -rf "$scratch"' EXIT
-trap 'exit 130' INT TERM
+start_bench TBVFileCRCAction TBVFileMD5Action
 data=$scratch/data.bin
 
 for kind in CRC MD5; do
@@ -104,11 +93,6 @@ timed() {
   awk -v name="$name" '{ printf "%s %.4f %.4f\n", name, $1, $2 + $3 }' "$scratch/time.txt" \
     >>"$scratch/times"
   echo "$name $(checksum_of)" >>"$scratch/sums"
-}
-
-median() {
-  sort -n | awk '{ r[NR] = $1 }
-    END { printf "%.4f\n", NR % 2 ? r[(NR + 1) / 2] : (r[NR / 2] + r[NR / 2 + 1]) / 2 }'
 }
 
 # Median over the rounds of (time of $2) / (time of $1), column $3 (2 wall,

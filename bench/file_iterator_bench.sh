@@ -26,19 +26,9 @@ readonly kFilesPerDirectory=100
 brivant=${1:-build/brivant}
 rounds=${2:-5}
 
-die() {
-  echo "file_iterator_bench: $*" >&2
-  exit 2
-}
-
-[[ -x $brivant ]] || die "$brivant is not an executable; build brivant first"
-[[ $rounds =~ ^[1-9][0-9]*$ ]] || die "ROUNDS must be a positive number, not '$rounds'"
-brivant=$(realpath "$brivant")
-"$brivant" list | cut -f2 | grep -qx TFileIterator || die "$brivant has no TFileIterator"
-
-scratch=$(mktemp -d /tmp/brivant-file-iterator-bench.XXXXXX)
-trap 'rm -rf "$scratch"' EXIT
-trap 'exit 130' INT TERM
+bench_name=file_iterator_bench
+source "$(dirname "$0")/bench_lib.sh"
+start_bench TFileIterator
 tree=$scratch/tree
 
 # Written by bash builtins alone: a process per file would take longer than
@@ -99,23 +89,6 @@ any_ours() { run_ours any; }
 loop_ours() { run_ours loop; }
 child_ours() { run_ours child; }
 find_peer() { find "$tree" -type f | wc -l; }
-
-# Runs a command and prints its wall-clock seconds; output goes to a file.
-elapsed() {
-  local start=$EPOCHREALTIME status=0
-  "$@" >"$scratch/last.log" 2>&1 || status=$?
-  local end=$EPOCHREALTIME
-  if ((status != 0)); then
-    echo "file_iterator_bench: '$*' failed with status $status:" >&2
-    tail -n 20 "$scratch/last.log" >&2
-    exit 1
-  fi
-  awk -v start="$start" -v end="$end" 'BEGIN { printf "%.4f\n", end - start }'
-}
-
-median() {
-  sort -n | awk '{ v[NR] = $1 } END { printf "%.4f\n", NR % 2 ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2 }'
-}
 
 files=$((kTopDirectories * 100 * kFilesPerDirectory))
 echo "preparing $files files in $tree"

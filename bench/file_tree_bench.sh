@@ -28,24 +28,12 @@ readonly kLargeMiB=100
 brivant=${1:-build/brivant}
 rounds=${2:-3}
 
-die() {
-  echo "file_tree_bench: $*" >&2
-  exit 2
-}
-
-[[ -x $brivant ]] || die "$brivant is not an executable; build brivant first"
-[[ $rounds =~ ^[1-9][0-9]*$ ]] || die "ROUNDS must be a positive number, not '$rounds'"
-brivant=$(realpath "$brivant")
-classes=$("$brivant" list | cut -f2)
-for class in TCopyFilesAction TDeleteDirectoryAction; do
-  grep -qx "$class" <<<"$classes" || die "$brivant has no $class"
-done
+bench_name=file_tree_bench
+source "$(dirname "$0")/bench_lib.sh"
 free_kib=$(df -Pk /tmp | awk 'NR == 2 { print $4 }')
 ((free_kib > 5 * 1024 * 1024)) || die "/tmp has $((free_kib >> 20)) GiB free; the bench needs 5"
 
-scratch=$(mktemp -d /tmp/brivant-file-tree-bench.XXXXXX)
-trap 'rm -rf "$scratch"' EXIT
-trap 'exit 130' INT TERM
+start_bench TCopyFilesAction TDeleteDirectoryAction
 mkdir "$scratch/trash"
 
 # Source tree. Written by bash builtins alone: a process per file would take
@@ -93,22 +81,11 @@ EOF
 EOF
 }
 
-# Runs a command and prints its wall-clock seconds. Its output goes to
-# $scratch/last.log (ours logs every file; a terminal would dominate the
-# time); on failure the log's end is shown and the script stops. Whatever
-# the previous run left to write back goes to disk first, so that no run
-# pays for another's writes.
-elapsed() {
+# Whatever the previous run left to write back goes to disk first, so that
+# no run pays for another's writes.
+synced_elapsed() {
   sync
-  local start=$EPOCHREALTIME status=0
-  "$@" >"$scratch/last.log" 2>&1 || status=$?
-  local end=$EPOCHREALTIME
-  if ((status != 0)); then
-    echo "file_tree_bench: '$*' failed with status $status:" >&2
-    tail -n 20 "$scratch/last.log" >&2
-    exit 1
-  fi
-  awk -v start="$start" -v end="$end" 'BEGIN { printf "%.3f\n", end - start }'
+  elapsed "$@"
 }
 
 # "files bytes" of a tree, to check a copy without timing it.
@@ -137,22 +114,14 @@ delete_peer() { rm -rf "$1"; }
 time_pair() {
   local work=$1 round=$2 ours_target=$3 peer_target=$4 ours_time peer_time
   if ((round % 2 == 1)); then
-    ours_time=$(elapsed "${work}_ours" "$ours_target")
-    peer_time=$(elapsed "${work}_peer" "$peer_target")
+    ours_time=$(synced_elapsed "${work}_ours" "$ours_target")
+    peer_time=$(synced_elapsed "${work}_peer" "$peer_target")
   else
-    peer_time=$(elapsed "${work}_peer" "$peer_target")
-    ours_time=$(elapsed "${work}_ours" "$ours_target")
+    peer_time=$(synced_elapsed "${work}_peer" "$peer_target")
+    ours_time=$(synced_elapsed "${work}_ours" "$ours_target")
   fi
   echo "$work $ours_time $peer_time" >>"$scratch/times"
   printf 'round %d %-6s brivant %7.3f s   peer %7.3f s\n' "$round" "$work" "$ours_time" "$peer_time"
-}
-
-# Median over the rounds of ours/peer for one kind of work.
-median_ratio() {
-  awk -v work="$1" '$1 == work { printf "%.4f\n", ($3 > 0 ? $2 / $3 : 0) }' "$scratch/times" |
-    sort -n |
-    awk '{ ratio[NR] = $1 }
-      END { printf "%.2f\n", NR % 2 ? ratio[(NR + 1) / 2] : (ratio[NR / 2] + ratio[NR / 2 + 1]) / 2 }'
 }
 
 echo "preparing $((kSmallDirectories * kFilesPerDirectory)) small and $kLargeFiles large files in $scratch"

@@ -21,19 +21,9 @@ readonly kLines=1000000
 brivant=${1:-build/brivant}
 rounds=${2:-5}
 
-die() {
-  echo "run_program_bench: $*" >&2
-  exit 2
-}
-
-[[ -x $brivant ]] || die "$brivant is not an executable; build brivant first"
-[[ $rounds =~ ^[1-9][0-9]*$ ]] || die "ROUNDS must be a positive number, not '$rounds'"
-brivant=$(realpath "$brivant")
-"$brivant" list | cut -f2 | grep -qx TRunProgramAction || die "$brivant has no TRunProgramAction"
-
-scratch=$(mktemp -d /tmp/brivant-run-program-bench.XXXXXX)
-trap 'rm -rf "$scratch"' EXIT
-trap 'exit 130' INT TERM
+bench_name=run_program_bench
+source "$(dirname "$0")/bench_lib.sh"
+start_bench TRunProgramAction
 
 write_projects() {
   {
@@ -57,20 +47,6 @@ EOF
   done
 }
 
-# Runs a command and prints its wall-clock seconds; its output goes to
-# $scratch/out.log. On failure the log's end is shown and the script stops.
-elapsed() {
-  local start=$EPOCHREALTIME status=0
-  "$@" >"$scratch/out.log" 2>&1 || status=$?
-  local end=$EPOCHREALTIME
-  if ((status != 0)); then
-    echo "run_program_bench: '$*' failed with status $status:" >&2
-    tail -n 20 "$scratch/out.log" >&2
-    exit 1
-  fi
-  awk -v start="$start" -v end="$end" 'BEGIN { printf "%.3f\n", end - start }'
-}
-
 start_ours() { "$brivant" run "$scratch/start.bvproj" --no-color; }
 start_peer() { for ((i = 0; i < kPrograms; i++)); do /bin/true; done; }
 live_ours() { "$brivant" run "$scratch/capture-True.bvproj" --no-color; }
@@ -81,7 +57,7 @@ spool_peer() { live_peer; }
 # Every line must reach the log: the lines of x's, nothing else counted.
 check_captured() {
   local got
-  got=$(grep -c 'xxxxxxxxxx' "$scratch/out.log") || true
+  got=$(grep -c 'xxxxxxxxxx' "$scratch/last.log") || true
   ((got == kLines)) || die "$1 logged $got of $kLines lines"
 }
 
@@ -98,13 +74,6 @@ time_pair() {
   fi
   echo "$work $ours_time $peer_time" >>"$scratch/times"
   printf 'round %d %-6s brivant %7.3f s   peer %7.3f s\n' "$round" "$work" "$ours_time" "$peer_time"
-}
-
-median_ratio() {
-  awk -v work="$1" '$1 == work { printf "%.4f\n", ($3 > 0 ? $2 / $3 : 0) }' "$scratch/times" |
-    sort -n |
-    awk '{ ratio[NR] = $1 }
-      END { printf "%.2f\n", NR % 2 ? ratio[(NR + 1) / 2] : (ratio[NR / 2] + ratio[NR / 2 + 1]) / 2 }'
 }
 
 echo "preparing $kLines lines (100 MB) in $scratch"
