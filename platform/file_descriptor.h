@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <string_view>
 #include <utility>
 
 namespace brivant::platform {
@@ -31,5 +32,19 @@ class FileDescriptor {
  private:
   int fd_;
 };
+
+// Writes every byte, resuming after interruptions and short writes; returns
+// 0 or the errno of the failed write.
+inline int WriteAll(int fd, std::string_view bytes) {
+  while (!bytes.empty()) {
+    ssize_t written = ::write(fd, bytes.data(), bytes.size());
+    if (written < 0) {
+      if (errno == EINTR) continue;
+      return errno;
+    }
+    bytes.remove_prefix(static_cast<size_t>(written));
+  }
+  return 0;
+}
 
 }  // namespace brivant::platform

@@ -126,21 +126,11 @@ class ContentCopier {
       if (got < 0 && errno == EINTR) continue;
       if (got < 0) return -errno;
       if (got == 0) break;
-      if (int error = WriteAll(buffer_.get(), static_cast<size_t>(got))) return -error;
+      if (int error = WriteAll(to_, std::string_view(buffer_.get(), static_cast<size_t>(got))))
+        return -error;
       total += got;
     }
     return total;
-  }
-
-  int WriteAll(const char* bytes, size_t length) {
-    while (length > 0) {
-      ssize_t written = ::write(to_, bytes, length);
-      if (written < 0 && errno == EINTR) continue;
-      if (written < 0) return errno;
-      bytes += written;
-      length -= static_cast<size_t>(written);
-    }
-    return 0;
   }
 
   int from_;

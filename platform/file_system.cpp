@@ -32,19 +32,6 @@ std::string ErrorText(int code) {
 }
 
 
-// Returns 0 or the errno of the failed write.
-int WriteAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    ssize_t written = ::write(fd, bytes.data(), bytes.size());
-    if (written < 0) {
-      if (errno == EINTR) continue;
-      return errno;
-    }
-    bytes.remove_prefix(static_cast<size_t>(written));
-  }
-  return 0;
-}
-
 // Reads until end of file or until `max_bytes` are in `out`; 0 or errno.
 // Reading into a fixed buffer and appending keeps the final probe for end of
 // file from growing a string that was reserved to the exact size.

@@ -17,19 +17,6 @@ std::string DirectoryFromEnvironment(const char* name, const char* fallback) {
   return directory;
 }
 
-// Returns 0 or the errno of the failed write.
-int WriteAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    ssize_t written = ::write(fd, bytes.data(), bytes.size());
-    if (written < 0) {
-      if (errno == EINTR) continue;
-      return errno;
-    }
-    bytes.remove_prefix(static_cast<size_t>(written));
-  }
-  return 0;
-}
-
 }  // namespace
 
 std::string GetSysDirectory() { return DirectoryFromEnvironment("BRIVANT_SYSDIR", "/usr/bin"); }

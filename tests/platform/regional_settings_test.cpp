@@ -9,6 +9,8 @@
 #include <optional>
 #include <string>
 
+#include "tests/support/scoped_env.h"
+
 #if defined(__SANITIZE_ADDRESS__)
 #define BRIVANT_TEST_LEAK_CHECKS 1
 #elif defined(__has_feature)
@@ -23,27 +25,7 @@
 namespace brivant::platform {
 namespace {
 
-// Sets an environment variable for one test and restores it afterwards.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const char* value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
-    setenv(name, value, /*overwrite=*/1);
-  }
-  ~ScopedEnv() {
-    if (old_) {
-      setenv(name_, old_->c_str(), 1);
-    } else {
-      unsetenv(name_);
-    }
-  }
-  ScopedEnv(const ScopedEnv&) = delete;
-  ScopedEnv& operator=(const ScopedEnv&) = delete;
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
-};
+using testing::ScopedEnv;
 
 TEST(PatternFromLocaleFormat, TranslatesLocaleDatabaseFormats) {
   struct Case {

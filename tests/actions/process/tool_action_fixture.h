@@ -17,6 +17,7 @@
 #include "package/command_line_builder.h"
 #include "package/custom_bv_action.h"
 #include "package/property_table.h"
+#include "tests/support/scoped_env.h"
 #include "tests/support/test_host.h"
 
 namespace brivant::testing {
@@ -54,28 +55,6 @@ class RecordingBuilder : public TCommandLineBuilder {
     return TCommandLineBuilder::AddArgument(name, value, kind);
   }
   std::vector<Arg> added;
-};
-
-// Sets an environment variable for the life of the object.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const std::string& value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
-    setenv(name, value.c_str(), 1);
-  }
-  ~ScopedEnv() {
-    if (old_) {
-      setenv(name_, old_->c_str(), 1);
-    } else {
-      unsetenv(name_);
-    }
-  }
-  ScopedEnv(const ScopedEnv&) = delete;
-  ScopedEnv& operator=(const ScopedEnv&) = delete;
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
 };
 
 class ToolActionTest : public ::testing::Test {
