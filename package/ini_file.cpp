@@ -132,9 +132,10 @@ std::optional<Line> FindKey(std::string_view text, const SectionSpan& span, std:
   return std::nullopt;
 }
 
-std::string_view LineEndOf(std::string_view text) {
+// The first line end of the text; `fallback` when it has none.
+std::string_view LineEndOf(std::string_view text, std::string_view fallback) {
   size_t pos = text.find_first_of("\r\n");
-  if (pos == std::string_view::npos) return kDefaultLineEnd;
+  if (pos == std::string_view::npos) return fallback;
   if (text[pos] == '\n') return "\n";
   return pos + 1 < text.size() && text[pos + 1] == '\n' ? "\r\n" : "\r";
 }
@@ -152,8 +153,7 @@ void CheckName(std::string_view what, std::string_view name) {
 
 // The text with key=value set in section.
 std::string SetValue(std::string text, std::string_view section, std::string_view key,
-                     std::string_view value) {
-  std::string_view eol = LineEndOf(text);
+                     std::string_view value, std::string_view eol) {
   std::optional<SectionSpan> span = FindSection(text, section);
   if (!span) {
     std::string addition;
@@ -270,6 +270,7 @@ void TIniFile::Update(Edit edit) {
   platform::OsResult<platform::FileUpdateLock> lock = platform::FileUpdateLock::Acquire(path_);
   if (!lock.IsOk()) Fail(lock.Error().Describe());
   Content content = Load();
+  line_end_ = LineEndOf(content.text, line_end_.empty() ? kDefaultLineEnd : line_end_);
   if (!edit(&content.text, content.exists)) {
     content_ = std::move(content);
     return;
@@ -355,7 +356,7 @@ void TIniFile::WriteString(std::string_view section, std::string_view key, std::
   std::string_view trimmed_section = TrimBlanks(section);
   std::string_view trimmed_key = TrimBlanks(key);
   Update([&](std::string* text, bool) {
-    *text = SetValue(std::move(*text), trimmed_section, trimmed_key, value);
+    *text = SetValue(std::move(*text), trimmed_section, trimmed_key, value, line_end_);
     return true;
   });
 }

@@ -94,6 +94,9 @@ class TIniFile {
 
   std::string path_;
   std::optional<Content> content_;
+  // The line end of the file as last seen with one, so that a file emptied
+  // by erasing its only section keeps its kind of line end.
+  std::string line_end_;
 };
 
 /// The runtime's Boolean parser: "True"/"False" in any case, or integer text

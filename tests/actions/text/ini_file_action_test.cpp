@@ -47,14 +47,15 @@ TEST_F(IniFileActionTest, ReadsTypedValuesAndDefaults) {
     const char* default_value;
     const char* expected;
   } cases[] = {
-      {"name", vtString, "", "v"},        {"missing", vtString, "d", "d"},
-      {"Hex", vtInteger, "0", "16"},      {"missing", vtInteger, "-4", "-4"},
-      {"Yes", vtBool, "false", "False"},  {"Yes", vtBool, "TRUE ", "True"},
-      {"Two", vtBool, "false", "True"},   {"Zero", vtBool, "true", "False"},
+      {"name", vtString, "", "v"},       {"missing", vtString, "d", "d"},
+      {"Hex", vtInteger, "0", "16"},     {"missing", vtInteger, "-4", "-4"},
+      {"Yes", vtBool, "false", "False"}, {"Yes", vtBool, "TRUE ", "True"},
+      {"Two", vtBool, "false", "True"},  {"Zero", vtBool, "true", "False"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(std::string(c.name) + " " + c.default_value);
-    ASSERT_TRUE(Read(" main ", c.name, c.type, c.default_value)) << ::testing::PrintToString(Errors());
+    ASSERT_TRUE(Read(" main ", c.name, c.type, c.default_value))
+        << ::testing::PrintToString(Errors());
     EXPECT_EQ(host_.VariableText("Out"), c.expected);
     EXPECT_EQ(host_.Texts(stInfo).back(), std::string("New Value : ") + c.expected);
   }
@@ -67,12 +68,19 @@ TEST_F(IniFileActionTest, ReadRefusesWhatTheTypeCannotUse) {
     const char* default_value;
     std::vector<std::string> errors;
   } cases[] = {
-      {"Main", vtInteger, "", {"Default Value :  : is not an integer and the Value Type is Integer"}},
-      {"Main", vtInteger, "-99098700",
+      {"Main",
+       vtInteger,
+       "",
+       {"Default Value :  : is not an integer and the Value Type is Integer"}},
+      {"Main",
+       vtInteger,
+       "-99098700",
        {"Default Value : -99098700 : is not an integer and the Value Type is Integer"}},
       {"Main", vtBool, "yes", {"Default Value is not True or False and the Value Type is Boolean"}},
       {"   ", vtString, "", {"Unable to Read from Section :    ", "Section Name not specified"}},
-      {"%Nope%", vtString, "",
+      {"%Nope%",
+       vtString,
+       "",
        {"Unable to Read from Section : %Nope%", "Variable \"Nope\" is not defined"}},
   };
   for (const Case& c : cases) {
@@ -120,8 +128,10 @@ TEST_F(IniFileActionTest, WritesTypedValuesAndRefusesBadOnes) {
       {"0", vtBool, "0", {}},
       {"0x10", vtInteger, nullptr, {"New Value is not an integer : 0x10"}},
       {"", vtInteger, nullptr, {"New Value is not an integer : "}},
-      {"yes", vtBool, nullptr, {"Unable to Write to Ini File : " + Path("a.ini"),
-                                "'yes' is not a valid boolean value"}},
+      {"yes",
+       vtBool,
+       nullptr,
+       {"Unable to Write to Ini File : " + Path("a.ini"), "'yes' is not a valid boolean value"}},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.value);
@@ -143,7 +153,8 @@ TEST_F(IniFileActionTest, WriteNeedsAnExistingWritableFileUnlessAllowedToCreate)
   std::filesystem::permissions(Path("new.ini"), std::filesystem::perms::owner_read);
   host_.messages.clear();
   EXPECT_FALSE(Write(Path("new.ini"), "w", vtString));
-  EXPECT_EQ(Errors(), std::vector<std::string>{"File : " + Path("new.ini") + " is marked as Read Only!"});
+  EXPECT_EQ(Errors(),
+            std::vector<std::string>{"File : " + Path("new.ini") + " is marked as Read Only!"});
   EXPECT_EQ(ReadBytes(Path("new.ini")), "[Main]\r\nName=v\r\n");
 }
 
