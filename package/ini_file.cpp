@@ -1,6 +1,8 @@
 #include "package/ini_file.h"
 
+#include <cctype>
 #include <cstring>
+#include <unordered_set>
 
 #include "package/string_utils.h"
 #include "platform/file_system.h"
@@ -69,6 +71,12 @@ Line ClassifyLine(std::string_view text, size_t begin) {
   return line;
 }
 
+std::string Upper(std::string_view text) {
+  std::string upper(text);
+  for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return upper;
+}
+
 std::string_view Unquoted(std::string_view value) {
   if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') &&
       value.back() == value.front()) {
@@ -104,19 +112,26 @@ struct SectionSpan {
   size_t end = 0;
 };
 
+// The start of the first section header line at or after `from`, or npos.
+// Only lines whose first non-blank is '[' can be headers, so this jumps
+// from one '[' to the next instead of looking at every line: the lookups
+// of a large file spend their time here.
+size_t NextHeader(std::string_view text, size_t from) {
+  for (size_t bracket = text.find('[', from); bracket != std::string_view::npos;
+       bracket = text.find('[', bracket + 1)) {
+    size_t start = bracket;
+    while (start > from && IsBlank(text[start - 1])) --start;
+    if (start == 0 || text[start - 1] == '\n' || text[start - 1] == '\r') return start;
+  }
+  return std::string_view::npos;
+}
+
 std::optional<SectionSpan> FindSection(std::string_view text, std::string_view section) {
-  Lines lines(text);
-  Line line;
-  while (lines.Next(&line)) {
-    if (line.kind != Line::kSection || !SameText(line.name, section)) continue;
-    SectionSpan span{line, text.size()};
-    while (lines.Next(&line)) {
-      if (line.kind == Line::kSection) {
-        span.end = line.begin;
-        break;
-      }
-    }
-    return span;
+  for (size_t start = NextHeader(text, 0); start != std::string_view::npos;) {
+    Line header = ClassifyLine(text, start);
+    start = NextHeader(text, header.next);
+    if (!SameText(header.name, section)) continue;
+    return SectionSpan{header, start == std::string_view::npos ? text.size() : start};
   }
   return std::nullopt;
 }
@@ -314,13 +329,12 @@ bool TIniFile::ValueExists(std::string_view section, std::string_view key) {
 
 std::vector<std::string> TIniFile::ReadSections() {
   std::vector<std::string> names;
-  Lines lines(Loaded().text);
-  Line line;
-  while (lines.Next(&line)) {
-    if (line.kind != Line::kSection) continue;
-    bool seen = false;
-    for (const std::string& name : names) seen = seen || SameText(name, line.name);
-    if (!seen) names.emplace_back(line.name);
+  std::unordered_set<std::string> seen;  // upper-cased, as SameText compares
+  std::string_view text = Loaded().text;
+  for (size_t start = NextHeader(text, 0); start != std::string_view::npos;) {
+    Line line = ClassifyLine(text, start);
+    start = NextHeader(text, line.next);
+    if (seen.insert(Upper(line.name)).second) names.emplace_back(line.name);
   }
   return names;
 }
