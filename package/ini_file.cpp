@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "package/string_utils.h"
+#include "platform/file_operations.h"
 #include "platform/file_system.h"
 #include "platform/file_update_lock.h"
 
@@ -250,6 +251,12 @@ void TIniFile::Fail(const std::string& message) const {
 
 TIniFile::Content TIniFile::Load() const {
   Content content;
+  const std::string too_large = "file is too large for an INI file (more than " +
+                                std::to_string(kMaxIniFileBytes >> 20) + " MiB)";
+  // The size first, so that a huge file is refused without reading it; the
+  // read is bounded too, for a file that grows in between.
+  platform::OsResult<uint64_t> size = platform::GetFileSize(path_);
+  if (size.IsOk() && size.Value() > kMaxIniFileBytes) Fail(too_large);
   platform::OsResult<std::string> bytes = platform::ReadFilePrefix(path_, kMaxIniFileBytes + 1);
   if (!bytes.IsOk()) {
     if (bytes.Error().code == ENOENT) return content;
@@ -257,10 +264,7 @@ TIniFile::Content TIniFile::Load() const {
   }
   content.exists = true;
   std::string_view raw = bytes.Value();
-  if (raw.size() > kMaxIniFileBytes) {
-    Fail("file is too large for an INI file (more than " + std::to_string(kMaxIniFileBytes >> 20) +
-         " MiB)");
-  }
+  if (raw.size() > kMaxIniFileBytes) Fail(too_large);
   std::optional<TEncodingType> marked = MarkedEncoding(raw);
   content.encoding = marked.value_or(etAnsi);
   content.has_mark = marked.has_value();
