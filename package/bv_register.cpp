@@ -137,8 +137,7 @@ void RegisterPropertyEditors(IBVServices& services) {
          pages::TFileAttributeEditor::DesignClass());
   editor(kString, ActionClassOf<TReadIniFileAction>(), "IniFile", pages::TIniFileNameEdit());
   editor(kString, ActionClassOf<TWriteIniFileAction>(), "IniFile", pages::TIniFileNameEdit());
-  editor(kString, ActionClassOf<TReadIniFileAction>(), "VariableName",
-         pages::TIniVariableEditor());
+  editor(kString, ActionClassOf<TReadIniFileAction>(), "VariableName", pages::TIniVariableEditor());
   editor(kString, ActionClassOf<TTouchFilesAction>(), "DateTimeString",
          pages::TTouchFilesDateEditor());
   editor(kString, ActionClassOf<TTouchFilesAction>(), "FileSpec", pages::TFileNameEdit());

@@ -173,7 +173,8 @@ const TBVDesignClass& TRunDOSReadme() {
 }
 
 const TBVDesignClass& TReadIniFrame() {
-  static const TBVDesignClass frame{"TReadIniFrame", kFrame,
+  static const TBVDesignClass frame{"TReadIniFrame",
+                                    kFrame,
                                     {"IniFile", "Section", "ValueName", "VariableName",
                                      "DefaultValue", "ValueType", "ExpandVariablesInValue"}};
   return frame;
@@ -188,7 +189,8 @@ const TBVDesignClass& TWriteIniFrame() {
 }
 
 const TBVDesignClass& TIniFileIteratorFrame() {
-  static const TBVDesignClass frame{"TIniFileIteratorFrame", kFrame,
+  static const TBVDesignClass frame{"TIniFileIteratorFrame",
+                                    kFrame,
                                     {"IniFilename", "IteratorMode", "SectionsVar", "SectionName",
                                      "NameVariable", "ValueVariable"}};
   return frame;
