@@ -40,7 +40,9 @@ void TBVLogVariablesAction::SetVariableStorageString(const std::string& text) {
 std::string TBVLogVariablesAction::GetFormattedDescription() const {
   if (log_all_variables_) return GetActionName() + " [All Variables]";
   std::string names;
-  for (const std::string& name : variables_to_log_) names += (names.empty() ? "" : ", ") + name;
+  for (const std::string& name : variables_to_log_) {
+    if (!name.empty()) names += (names.empty() ? "" : ", ") + name;
+  }
   return GetActionName() + " [Variables: " + names + "]";
 }
 
