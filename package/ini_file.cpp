@@ -172,17 +172,13 @@ std::string SetValue(std::string text, std::string_view section, std::string_vie
                      std::string_view value, std::string_view eol) {
   std::optional<SectionSpan> span = FindSection(text, section);
   if (!span) {
-    std::string addition;
-    if (!text.empty() && !EndsWithLineEnd(text)) addition += eol;
+    if (!text.empty() && !EndsWithLineEnd(text)) text += eol;
     // A blank line sets the new section apart, unless one is there already.
-    std::string_view before = std::string_view(text + addition);
-    if (!before.empty() && !before.ends_with(std::string(eol) + std::string(eol)) &&
-        before != eol) {
-      addition += eol;
-    }
-    addition += "[" + std::string(section) + "]" + std::string(eol);
-    addition += std::string(key) + "=" + std::string(value) + std::string(eol);
-    return text + addition;
+    if (!text.empty() && text != eol && !text.ends_with(std::string(eol) + std::string(eol)))
+      text += eol;
+    text += "[" + std::string(section) + "]" + std::string(eol);
+    text += std::string(key) + "=" + std::string(value) + std::string(eol);
+    return text;
   }
   if (std::optional<Line> line = FindKey(text, *span, key)) {
     text.replace(line->value_begin, line->value_end - line->value_begin, value);
