@@ -49,9 +49,12 @@ cat >"$scratch/write.bvproj" <<'EOF2'
 </Project>
 EOF2
 mkdir "$scratch/kill"
-cp "$scratch/old.ini" "$scratch/kill/f.ini"
-run_ms=$( { elapsed "$brivant" run "$scratch/write.bvproj" -D "INI=$scratch/kill/f.ini"; } |
-  awk '{ printf "%d\n", $1 * 1000 + 1 }')
+# The quickest of five runs: kills spread over it land before, during and
+# after the rewrite, where a slow outlier would put most of them after it.
+run_ms=$(for ((i = 0; i < 5; ++i)); do
+  cp "$scratch/old.ini" "$scratch/kill/f.ini"
+  elapsed "$brivant" run "$scratch/write.bvproj" -D "INI=$scratch/kill/f.ini"
+done | sort -n | awk 'NR == 1 { printf "%d\n", $1 * 1000 + 1 }')
 mv "$scratch/kill/f.ini" "$scratch/new.ini"
 cmp -s "$scratch/old.ini" "$scratch/new.ini" && die "the write project changed nothing"
 
