@@ -363,8 +363,10 @@ void TIniFile::WriteString(std::string_view section, std::string_view key, std::
   }
   if (section.find(']') != std::string_view::npos)
     Fail("section name '" + std::string(section) + "' holds ']'");
-  if (key.find('=') != std::string_view::npos)
-    Fail("key name '" + std::string(key) + "' holds '='");
+  // Such a line would read back as a section header or a comment.
+  if (key.find('=') != std::string_view::npos ||
+      std::string_view("[;#").find(TrimBlanks(key).front()) != std::string_view::npos)
+    Fail("key name '" + std::string(key) + "' would not read back as a key");
   if (value.find_first_of("\r\n") != std::string_view::npos)
     Fail("the value of key '" + std::string(key) + "' holds a line break");
   std::string_view trimmed_section = TrimBlanks(section);

@@ -167,6 +167,8 @@ TEST_F(IniFileTest, BadFilesGiveAnErrorNamingTheFileAndStayUnchanged) {
   EXPECT_THROW(TIniFile(Path()).ReadSections(), EIniFileError);
   EXPECT_EQ(std::filesystem::file_size(Path()), kMaxIniFileBytes + 1);
   EXPECT_THROW(TIniFile(dir_.path()).ReadString("s", "k", ""), EIniFileError);
+  for (const char* key : {"a=b", ";k", " [k", "#k"})
+    EXPECT_THROW(TIniFile(Path()).WriteString("s", key, "v"), EIniFileError) << key;
   EXPECT_THROW(TIniFile(Path()).WriteString("s", "k", "two\nlines"), EIniFileError);
 }
 
