@@ -37,10 +37,9 @@ struct Line {
 Line ClassifyLine(std::string_view text, size_t begin) {
   Line line;
   line.begin = begin;
-  size_t end = begin;
   // memchr finds the line end quickly; a lone CR ends a line too.
   const char* nl = static_cast<const char*>(memchr(text.data() + begin, '\n', text.size() - begin));
-  end = nl == nullptr ? text.size() : static_cast<size_t>(nl - text.data());
+  size_t end = nl == nullptr ? text.size() : static_cast<size_t>(nl - text.data());
   const void* cr = memchr(text.data() + begin, '\r', end - begin);
   if (cr != nullptr) end = static_cast<size_t>(static_cast<const char*>(cr) - text.data());
   line.end = end;
