@@ -1,5 +1,7 @@
 #include "package/base_iterator.h"
 
+#include <utility>
+
 namespace brivant {
 
 const PropertyTable& TBVBaseIterator::Properties() {
@@ -34,7 +36,10 @@ bool TBVBaseIterator::Execute() {
 
 void TBVBaseIterator::StartIteration() {
   ++current_iteration_;
-  if (!bv_variable_.empty()) SetVariable(bv_variable_, Variant(GetCurrentValue()));
+  // Asked even without a loop variable: an iterator may deliver through
+  // variables of its own there (the INI-file iterator does).
+  std::string value = GetCurrentValue();
+  if (!bv_variable_.empty()) SetVariable(bv_variable_, Variant(std::move(value)));
 }
 
 void TBVBaseIterator::FinishLoop() {

@@ -24,6 +24,7 @@
 #include "actions/files/touch_files_action.h"
 #include "actions/iterators/file_iterator.h"
 #include "actions/iterators/folder_iterator.h"
+#include "actions/iterators/ini_file_iterator.h"
 #include "actions/process/robocopy_copy_action.h"
 #include "actions/process/robocopy_job_action.h"
 #include "actions/process/robocopy_mirror_action.h"
@@ -33,7 +34,11 @@
 #include "actions/process/run_program_action.h"
 #include "actions/process/xcopy_action.h"
 #include "actions/text/create_text_file_action.h"
+#include "actions/text/ini_file_action.h"
+#include "actions/text/log_variables_action.h"
 #include "actions/text/read_text_file_action.h"
+#include "actions/text/replace_variables_action.h"
+#include "actions/text/variables_save_load_action.h"
 #include "actions/text/write_to_text_file_action.h"
 #include "actions/values/date_time_action.h"
 #include "actions/values/random_number_action.h"
@@ -49,6 +54,8 @@ constexpr const char* kFilesAndDirectories = "Files & Directories";
 constexpr const char* kMisc = "Misc";
 constexpr const char* kWindowsOS = "Windows OS";
 constexpr const char* kIterators = "Iterators";
+constexpr const char* kRegistryAndIni = "Registry & Ini";
+constexpr const char* kVariables = "Variables";
 // Every iterator offers scripts this method.
 constexpr const char* kResetMethod = "Reset";
 constexpr TBVPropertyType kString{"string"};
@@ -73,6 +80,10 @@ void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
   action(kIterators, ActionClassOf<TFolderIterator>(), "FOLDERITERATOR");
   method(ActionClassOf<TFileIterator>(), kResetMethod);
   method(ActionClassOf<TFolderIterator>(), kResetMethod);
+  action(kRegistryAndIni, ActionClassOf<TReadIniFileAction>(), "HREADINI");
+  action(kRegistryAndIni, ActionClassOf<TWriteIniFileAction>(), "HWRITEINI");
+  // The erase action shares the write icon.
+  action(kRegistryAndIni, ActionClassOf<TEraseIniFileSectionAction>(), "HWRITEINI");
   action(kFilesAndDirectories, ActionClassOf<TTouchFilesAction>(), "HTOUCHFILES");
   action(kWindowsOS, ActionClassOf<TRunProgramAction>(), "HEXECUTEPROG");
   action(kWindowsOS, ActionClassOf<TRunDosCMDAction>(), "HRUNDOS");
@@ -90,11 +101,17 @@ void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
   action(kFilesAndDirectories, ActionClassOf<TBVRobocopyMoveAction>(), "ROBOCOPYMOVE");
   action(kFilesAndDirectories, ActionClassOf<TBVRobocopyMirrorAction>(), "ROBOCOPYMIRROR");
   action(kFilesAndDirectories, ActionClassOf<TBVReadTextFileAction>(), "READTEXTFILE");
+  action(kIterators, ActionClassOf<TIniFileIterator>(), "INIFILEITERATOR");
+  method(ActionClassOf<TIniFileIterator>(), kResetMethod);
   action(kFilesAndDirectories, ActionClassOf<TBVExtractFileVerInfoAction>(), "EXTRACTFILEINFO");
   action(kFilesAndDirectories, ActionClassOf<TBVFileCRCAction>(), "CRC32");
   action(kFilesAndDirectories, ActionClassOf<TBVFileMD5Action>(), "MD5");
+  action(kVariables, ActionClassOf<TBVVariablesSaveAction>(), "SAVEVARTOINI");
+  action(kVariables, ActionClassOf<TBVVariablesLoadAction>(), "LOADVARFROMINI");
   action(kFilesAndDirectories, ActionClassOf<TBVFileCompareAction>(), "FILECOMPARE");
+  action(kVariables, ActionClassOf<TBVLogVariablesAction>(), "LOGVARIABLEVALS");
   action("File Sets", ActionClassOf<TBVFileSetCopyMoveAction>(), "FILESETCOPY");
+  action(kVariables, ActionClassOf<TBVReplaceVariablesAction>(), "REPLACEVARS");
   // The random number action reuses the file-size icon.
   action(kMisc, ActionClassOf<TBVRandomNumberAction>(), "FILESIZE");
 }
@@ -118,6 +135,9 @@ void RegisterPropertyEditors(IBVServices& services) {
   // Every TAttributeSetting property of the class.
   editor(TBVPropertyType{"TAttributeSetting"}, ActionClassOf<TSetFileAttributesAction>(), "",
          pages::TFileAttributeEditor::DesignClass());
+  editor(kString, ActionClassOf<TReadIniFileAction>(), "IniFile", pages::TIniFileNameEdit());
+  editor(kString, ActionClassOf<TWriteIniFileAction>(), "IniFile", pages::TIniFileNameEdit());
+  editor(kString, ActionClassOf<TReadIniFileAction>(), "VariableName", pages::TIniVariableEditor());
   editor(kString, ActionClassOf<TTouchFilesAction>(), "DateTimeString",
          pages::TTouchFilesDateEditor());
   editor(kString, ActionClassOf<TTouchFilesAction>(), "FileSpec", pages::TFileNameEdit());
@@ -140,7 +160,10 @@ void RegisterFrames(IBVServices& services) {
   frames(ActionClassOf<TFileIterator>(), {pages::TFileIteratorFrame()});
   frames(ActionClassOf<TFolderIterator>(), {pages::TFolderIteratorFrame()});
   frames(ActionClassOf<TMoveFilesAction>(), {pages::TCopyFrame()});
+  frames(ActionClassOf<TReadIniFileAction>(), {pages::TReadIniFrame()});
   frames(ActionClassOf<TTouchFilesAction>(), {pages::TTouchFrame()});
+  frames(ActionClassOf<TWriteIniFileAction>(), {pages::TWriteIniFrame()});
+  frames(ActionClassOf<TEraseIniFileSectionAction>(), {pages::TWriteIniFrame()});
   frames(ActionClassOf<TCopyFilesAction>(), {pages::TCopyFrame()});
   frames(ActionClassOf<TCreateDirectoryAction>(), {pages::TCreateDirectoryFrame()});
   frames(ActionClassOf<TRunDosCMDAction>(), {pages::TRunDosCmdFrame(), pages::TRunDOSReadme()});
@@ -175,11 +198,18 @@ void RegisterFrames(IBVServices& services) {
           pages::TRobocopyExcludeFrame(), pages::TBVRobocopyExcludeFilesFrame(),
           pages::TBVRobocopyExcludeDirFrame(), pages::TRobocopyLogOptionsFrame()});
   frames(ActionClassOf<TBVReadTextFileAction>(), {pages::TReadFileFrame()});
+  frames(ActionClassOf<TIniFileIterator>(), {pages::TIniFileIteratorFrame()});
   frames(ActionClassOf<TBVExtractFileVerInfoAction>(), {pages::TExtractFileVersionInfoFrame()});
   frames(ActionClassOf<TBVFileCRCAction>(), {pages::TFileCRCFrame()});
   frames(ActionClassOf<TBVFileMD5Action>(), {pages::TFileMD5Frame()});
+  frames(ActionClassOf<TBVVariablesSaveAction>(),
+         {pages::TVariablesSaveLoadForm(), pages::TVariablesSaveOptionsFrame()});
+  frames(ActionClassOf<TBVVariablesLoadAction>(),
+         {pages::TVariablesSaveLoadForm(), pages::TVariablesLoadOptionsFrame()});
+  frames(ActionClassOf<TBVLogVariablesAction>(), {pages::TLogVarFrame()});
   frames(ActionClassOf<TBVFileCompareAction>(), {pages::TFileCompareFrame()});
   frames(ActionClassOf<TBVFileSetCopyMoveAction>(), {pages::TFileSetCopyMoveFrame()});
+  frames(ActionClassOf<TBVReplaceVariablesAction>(), {pages::TReplaceVariablesFrame()});
   frames(ActionClassOf<TBVRandomNumberAction>(), {pages::TRandomFrame()});
 }
 

@@ -172,4 +172,64 @@ const TBVDesignClass& TRunDOSReadme() {
   return frame;
 }
 
+const TBVDesignClass& TReadIniFrame() {
+  static const TBVDesignClass frame{"TReadIniFrame",
+                                    kFrame,
+                                    {"IniFile", "Section", "ValueName", "VariableName",
+                                     "DefaultValue", "ValueType", "ExpandVariablesInValue"}};
+  return frame;
+}
+
+const TBVDesignClass& TWriteIniFrame() {
+  static const TBVDesignClass frame{
+      "TWriteIniFrame",
+      kFrame,
+      {"IniFile", "Section", "ValueName", "NewValue", "AllowCreate", "ValueType"}};
+  return frame;
+}
+
+const TBVDesignClass& TIniFileIteratorFrame() {
+  static const TBVDesignClass frame{"TIniFileIteratorFrame",
+                                    kFrame,
+                                    {"IniFilename", "IteratorMode", "SectionsVar", "SectionName",
+                                     "NameVariable", "ValueVariable"}};
+  return frame;
+}
+
+const TBVDesignClass& TVariablesSaveLoadForm() {
+  static const TBVDesignClass frame{
+      "TVariablesSaveLoadForm", kFrame, {"INIFile", "SectionName", "Variables"}};
+  return frame;
+}
+
+const TBVDesignClass& TVariablesSaveOptionsFrame() {
+  static const TBVDesignClass frame{
+      "TVariablesSaveOptionsFrame", kFrame, {"EraseSection", "SaveAll"}};
+  return frame;
+}
+
+const TBVDesignClass& TVariablesLoadOptionsFrame() {
+  static const TBVDesignClass frame{
+      "TVariablesLoadOptionsFrame",
+      kFrame,
+      {"VariableTypes", "FailIfVariableNotDefined", "FailIfVariableNotInIniFile",
+       "CreateVarInINIifNotExists", "IgnoreFileNotFound"}};
+  return frame;
+}
+
+const TBVDesignClass& TLogVarFrame() {
+  static const TBVDesignClass frame{
+      "TLogVarFrame", kFrame, {"VariablesToLog", "FailIfNotDefined", "LogAllVariables"}};
+  return frame;
+}
+
+const TBVDesignClass& TReplaceVariablesFrame() {
+  static const TBVDesignClass frame{
+      "TReplaceVariablesFrame",
+      kFrame,
+      {"SourceType", "SourceFile", "SourceVariable", "WriteBackToSource", "DestType", "DestFile",
+       "DestVariable", "FailOnVariableErrors", "WriteToLog"}};
+  return frame;
+}
+
 }  // namespace brivant::pages

@@ -33,6 +33,16 @@ const TBVDesignClass& TFileCompareFrame();
 const TBVDesignClass& TRandomFrame();
 const TBVDesignClass& TRunProgramFrame();
 const TBVDesignClass& TRunDosCmdFrame();
+const TBVDesignClass& TReadIniFrame();
+// Shared by Write Ini File and Erase Ini File Section.
+const TBVDesignClass& TWriteIniFrame();
+const TBVDesignClass& TIniFileIteratorFrame();
+// The first page of both variables actions; the second is their own.
+const TBVDesignClass& TVariablesSaveLoadForm();
+const TBVDesignClass& TVariablesSaveOptionsFrame();
+const TBVDesignClass& TVariablesLoadOptionsFrame();
+const TBVDesignClass& TLogVarFrame();
+const TBVDesignClass& TReplaceVariablesFrame();
 // A page of explanation only; it edits no property.
 const TBVDesignClass& TRunDOSReadme();
 

@@ -1,5 +1,7 @@
 #include "pages/property_editors.h"
 
+#include "package/action_host.h"
+
 namespace brivant::pages {
 
 const TBVDesignClass& TFileNameEdit() {
@@ -44,5 +46,27 @@ const FileDialogSettings& RunProgEditorDialog() {
 }
 
 std::string_view StartDirectoryEditorTitle() { return "Select Start Directory"; }
+
+const TBVDesignClass& TIniFileNameEdit() {
+  static const TBVDesignClass editor{"TIniFileNameEdit", "TFileNameEdit", {}};
+  return editor;
+}
+
+const TBVDesignClass& TIniVariableEditor() {
+  static const TBVDesignClass editor{"TIniVariableEditor", "TDCDsgnPropertyEditor", {}};
+  return editor;
+}
+
+const FileDialogSettings& IniFileNameEditDialog() {
+  static const FileDialogSettings dialog{"Select Ini File", "Configuration files(*.ini)|*.ini",
+                                         "*.ini"};
+  return dialog;
+}
+
+std::vector<std::string> IniVariableEditorValues(IBVActionHost& host) {
+  TStrings names;
+  host.GetVariablesList(&names, false);
+  return names;
+}
 
 }  // namespace brivant::pages

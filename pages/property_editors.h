@@ -4,9 +4,15 @@
 // are named here so that registrations can refer to them.
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "package/registration.h"
+
+namespace brivant {
+class IBVActionHost;
+}  // namespace brivant
 
 namespace brivant::pages {
 
@@ -24,11 +30,18 @@ const TBVDesignClass& TFileNameEditEx();
 const TBVDesignClass& TTouchFilesDateEditor();
 const TBVDesignClass& TRunProgEditor();
 const TBVDesignClass& TStartDirectoryEditor();
+const TBVDesignClass& TIniFileNameEdit();
+// A drop-down of the project's variable names (IniVariableEditorValues).
+const TBVDesignClass& TIniVariableEditor();
 
 // The dialog of TFileNameEditEx.
 const FileDialogSettings& FileNameEditExDialog();
 // The dialog of TRunProgEditor.
 const FileDialogSettings& RunProgEditorDialog();
+// The dialog of TIniFileNameEdit.
+const FileDialogSettings& IniFileNameEditDialog();
+// The values TIniVariableEditor offers: the build variables the host lists.
+std::vector<std::string> IniVariableEditorValues(IBVActionHost& host);
 // The title of TStartDirectoryEditor's directory dialog.
 std::string_view StartDirectoryEditorTitle();
 

@@ -430,5 +430,53 @@ TEST_F(CliTest, RunIteratesFilesAndFoldersWithTheRealPackage) {
   EXPECT_EQ(outcome.out.find("folder src/zz"), std::string::npos) << "Reset ends the loop";
 }
 
+// Each build writes the keys of its plan file, one Write Ini File per key,
+// into one shared INI file.
+const char kIniWritersProject[] = R"(<Project>
+  <Variables><Variable Name="K" Type="String" Value=""/></Variables>
+  <Actions>
+    <Action Class="TIniFileIterator">
+      <Property Name="IniFilename">%PLAN%</Property>
+      <Property Name="IteratorMode">iiValues</Property>
+      <Property Name="SectionName">Plan</Property>
+      <Property Name="NameVariable">K</Property>
+      <Actions>
+        <Action Class="TWriteIniFileAction">
+          <Property Name="IniFile">./shared.ini</Property>
+          <Property Name="Section">Keys</Property>
+          <Property Name="ValueName">%K%</Property>
+          <Property Name="NewValue">1</Property>
+        </Action>
+      </Actions>
+    </Action>
+  </Actions>
+</Project>)";
+
+// Builds writing one INI file at once wait for each other's rewrite, so no
+// key is lost (bench/ini_soak.sh runs the larger version).
+TEST_F(CliTest, ConcurrentBuildsWritingOneIniFileLoseNoUpdate) {
+  constexpr int kBuilds = 3, kKeys = 40;
+  testing::WriteBytes(temp_.Join("shared.ini"), "; shared\n");
+  for (int build = 1; build <= kBuilds; ++build) {
+    std::string plan = "[Plan]\n";
+    for (int key = 0; key < kKeys; ++key)
+      plan += "b" + std::to_string(build) + "k" + std::to_string(key) + "=1\n";
+    testing::WriteBytes(temp_.Join("plan" + std::to_string(build) + ".ini"), plan);
+  }
+  WriteProject(kIniWritersProject);
+  std::string command = "cd " + Quoted(temp_.path()) + " && for i in 1 2 3; do env -u " +
+                        "BRIVANT_PACKAGE_PATH " + Quoted(kBrivant) +
+                        " run p.bvproj -D PLAN=plan$i.ini >out$i.log 2>&1 & done; wait";
+  ASSERT_EQ(std::system(command.c_str()), 0);
+  for (int build = 1; build <= kBuilds; ++build) {
+    std::string log = testing::ReadBytes(temp_.Join("out" + std::to_string(build) + ".log"));
+    EXPECT_NE(log.find("build succeeded"), std::string::npos) << log;
+  }
+  std::istringstream lines(testing::ReadBytes(temp_.Join("shared.ini")));
+  int keys = 0;
+  for (std::string line; std::getline(lines, line);) keys += line.find("=1") != std::string::npos;
+  EXPECT_EQ(keys, kBuilds * kKeys);
+}
+
 }  // namespace
 }  // namespace brivant
