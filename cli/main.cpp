@@ -1,12 +1,17 @@
 // brivant: the command-line build runner. Loads the action packages, then
 // runs one command; see commands.h for what each prints and returns.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
 #include <map>
+#include <string_view>
 
+#include "cli/command_documents.h"
 #include "cli/commands.h"
 #include "host/action_registry.h"
 #include "host/package_loader.h"
+#include "host/spelling.h"
+#include "platform/file_operations.h"
 
 namespace brivant::cli {
 
@@ -16,6 +21,8 @@ namespace {
 
 // Everything any command reads from the command line.
 struct CommandLine {
+  std::string directory;  // -C
+  std::string generate;   // --generate, hidden
   RunArguments run;
   std::string log_format = "text";
   bool no_color = false;
@@ -43,7 +50,7 @@ void AddRunOptions(CLI::App* command, CommandLine* line) {
       ->allow_extra_args(false);
   command->add_option("--log", line->log_format, "Log format: text (the default), json or github.")
       ->type_name("FORMAT")
-      ->check(CLI::IsMember({"text", "json", "github"}).description(""));
+      ->check(CLI::IsMember(kLogFormats).description(""));
   command->add_flag("--no-color", line->no_color, "Never colour the text log.");
 }
 
@@ -105,11 +112,40 @@ void LoadAllPackages(host::ActionRegistry& registry) {
              " (BRIVANT_PACKAGE_PATH overrides)");
 }
 
+std::vector<std::string_view> CommandNames() {
+  std::vector<std::string_view> names;
+  for (const Command& command : kCommands) names.emplace_back(command.name);
+  return names;
+}
+
+// CLI11 reports a mistyped command as a missing one; a user who typed
+// "brivant rnu" deserves to hear what was wrong and what was meant.
+bool CheckCommandWord(int argc, char** argv) {
+  std::vector<std::string_view> names = CommandNames();
+  for (int i = 1; i < argc; ++i) {
+    std::string_view word = argv[i];
+    if (word == "-C" || word == "--generate") {
+      ++i;
+      continue;
+    }
+    if (word.empty() || word[0] == '-') continue;
+    if (std::find(names.begin(), names.end(), word) != names.end()) return true;
+    PrintError("unknown command '" + std::string(word) + "'" + host::DidYouMean(word, names));
+    std::cerr << "Run 'brivant --help' for usage.\n";
+    return false;
+  }
+  return true;
+}
+
 int Main(int argc, char** argv) {
   CLI::App app("Runs build projects made of actions.", "brivant");
   app.set_version_flag("--version", "brivant " BRIVANT_VERSION);
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);
   CommandLine line;
+  app.add_option("-C", line.directory, "Run as if brivant was started in DIR.")->type_name("DIR");
+  app.add_option("--generate", line.generate)
+      ->check(CLI::IsMember(kDocumentKinds))
+      ->group("");  // for the build, not for users
   std::vector<std::pair<CLI::App*, const Command*>> parsers;
   for (const Command& command : kCommands) {
     CLI::App* parser = app.add_subcommand(command.name, command.help);
@@ -117,6 +153,7 @@ int Main(int argc, char** argv) {
     parsers.emplace_back(parser, &command);
   }
 
+  if (!CheckCommandWord(argc, argv)) return kExitUsage;
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -126,13 +163,34 @@ int Main(int argc, char** argv) {
     std::cerr << "Run 'brivant --help' for usage.\n";
     return kExitUsage;
   }
+  if (!line.generate.empty()) {
+    OptionValues values;
+    for (const auto& [name, format] : kLogFormats) values["--log"].push_back(name);
+    std::cout << GenerateDocument(line.generate, app, values);
+    return kExitSuccess;
+  }
+  if (!line.directory.empty()) {
+    if (platform::OsError error = platform::SetCurrentDirectory(line.directory)) {
+      PrintError("-C: " + error.Describe());
+      return kExitUsage;
+    }
+  }
 
+  const Command* chosen = nullptr;
+  for (const auto& [parser, command] : parsers) {
+    if (parser->parsed()) chosen = command;
+  }
+  if (chosen == nullptr) {
+    std::string names;
+    for (std::string_view name : CommandNames())
+      names += (names.empty() ? "" : ", ") + std::string(name);
+    PrintError("a command is required: " + names);
+    std::cerr << "Run 'brivant --help' for usage.\n";
+    return kExitUsage;
+  }
   host::ActionRegistry registry;
   LoadAllPackages(registry);
-  for (const auto& [parser, command] : parsers) {
-    if (parser->parsed()) return command->execute(registry, line);
-  }
-  return kExitUsage;
+  return chosen->execute(registry, line);
 }
 
 }  // namespace

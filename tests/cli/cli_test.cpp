@@ -31,14 +31,18 @@ std::string Quoted(const std::string& text) { return "'" + text + "'"; }
 class CliTest : public ::testing::Test {
  protected:
   // Runs `brivant <arguments>` in the temporary directory. `environment` is
-  // put in front of the command as the shell reads it. The shell writes the
-  // exit status to a file, so standard output stays exactly brivant's.
+  // put in front of the command as the shell reads it.
   Outcome Brivant(const std::string& arguments, const std::string& environment) {
+    return Shell(environment + " " + Quoted(kBrivant) + " " + arguments);
+  }
+
+  // Runs a shell command in the temporary directory. The shell writes the
+  // exit status to a file, so standard output stays exactly the command's.
+  Outcome Shell(const std::string& shell_command) {
     std::string err_file = temp_.Join("stderr.txt");
     std::string status_file = temp_.Join("status.txt");
-    std::string command = "cd " + Quoted(temp_.path()) + " && " + environment + " " +
-                          Quoted(kBrivant) + " " + arguments + " 2>" + Quoted(err_file) +
-                          "; echo $? >" + Quoted(status_file);
+    std::string command = "cd " + Quoted(temp_.path()) + " && " + shell_command + " 2>" +
+                          Quoted(err_file) + "; echo $? >" + Quoted(status_file);
     Outcome outcome;
     FILE* pipe = ::popen(command.c_str(), "r");
     if (pipe == nullptr) {
@@ -204,8 +208,11 @@ TEST_F(CliTest, UsageErrorsExitWithTwo) {
     std::string error_start;  // the first line of standard error
   };
   const std::vector<Case> cases = {
-      {"no command", "", "brivant: A subcommand is required"},
-      {"unknown command", "frobnicate", "brivant: "},
+      {"no command", "", "brivant: a command is required: run, validate, list, props, describe"},
+      {"unknown command", "frobnicate", "brivant: unknown command 'frobnicate'\n"},
+      {"mistyped command", "-C . rnu p.bvproj",
+       "brivant: unknown command 'rnu' (did you mean 'run'?)"},
+      {"missing directory", "-C nowhere list", "brivant: -C: nowhere: No such file or directory"},
       {"run without a project", "run", "brivant: PROJECT is required"},
       {"props without a class", "props", "brivant: CLASS is required"},
       {"define without a value", "run p.bvproj -D WHO",
@@ -231,6 +238,32 @@ TEST_F(CliTest, HelpAndVersionSucceed) {
   outcome = WithTestPackage("--version");
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.out.substr(0, 8), "brivant ");
+}
+
+TEST_F(CliTest, DashCRunsAsIfStartedInTheDirectory) {
+  std::filesystem::create_directory(temp_.Join("sub"));
+  testing::WriteBytes(temp_.Join("sub/p.bvproj"), kEchoProject);
+  Outcome outcome = WithTestPackage("-C sub run p.bvproj --log json");
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_NE(outcome.out.find("hello world"), std::string::npos) << outcome.out;
+}
+
+// The generated completions parse in their shells and complete class names
+// from the packages the installed binary finds.
+TEST_F(CliTest, ShellCompletionsParseAndCompleteClassNames) {
+  const std::string bash = Quoted(BRIVANT_DOCUMENTS_DIR "/brivant.bash");
+  const std::string zsh = Quoted(BRIVANT_DOCUMENTS_DIR "/_brivant");
+  EXPECT_EQ(Shell("bash -n " + bash).status, 0);
+  EXPECT_EQ(Shell("zsh -n " + zsh).status, 0);
+  std::string brivant_dir = std::filesystem::path(kBrivant).parent_path().string();
+  Outcome outcome = Shell("env -u BRIVANT_PACKAGE_PATH PATH=" + Quoted(brivant_dir) +
+                          ":\"$PATH\" bash -c 'source " + bash +
+                          "; COMP_WORDS=(brivant props TBVF); COMP_CWORD=2; _brivant; "
+                          "printf \"%s\\n\" \"${COMPREPLY[@]}\"'");
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_NE(outcome.out.find("TBVFileCRCAction\n"), std::string::npos) << outcome.out;
+  for (size_t start = 0; start < outcome.out.size(); start = outcome.out.find('\n', start) + 1)
+    EXPECT_EQ(outcome.out.substr(start, 4), "TBVF") << outcome.out;
 }
 
 TEST_F(CliTest, NoPackagesIsAWarningNotAFailure) {
