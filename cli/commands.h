@@ -34,8 +34,10 @@ int ListActions(const host::ActionRegistry& registry, const std::string& categor
 int PrintProperties(const host::ActionRegistry& registry, const std::string& class_name);
 
 /// Loads the project and prints each validation problem as
-/// "action title: property title: message".
-int ValidateProjectFile(const host::ActionRegistry& registry, const std::string& path);
+/// "path:line: [warning: ]action title: [property: ]message". Warnings do not
+/// fail the validation. `defines` are "NAME=VALUE" as typed after -D.
+int ValidateProjectFile(const host::ActionRegistry& registry, const std::string& path,
+                        const std::vector<std::string>& defines);
 
 /// Prints the project's action tree, two blanks of indent per level.
 int DescribeProjectFile(const host::ActionRegistry& registry, const std::string& path);

@@ -43,11 +43,15 @@ void AddProjectArgument(CLI::App* command, std::string* path) {
       ->required();
 }
 
-void AddRunOptions(CLI::App* command, CommandLine* line) {
-  AddProjectArgument(command, &line->run.path);
+void AddDefineOption(CLI::App* command, CommandLine* line) {
   command->add_option("-D", line->run.defines, "Set a variable (a String one if undeclared).")
       ->type_name("NAME=VALUE")
       ->allow_extra_args(false);
+}
+
+void AddRunOptions(CLI::App* command, CommandLine* line) {
+  AddProjectArgument(command, &line->run.path);
+  AddDefineOption(command, line);
   command->add_option("--log", line->log_format, "Log format: text (the default), json or github.")
       ->type_name("FORMAT")
       ->check(CLI::IsMember(kLogFormats).description(""));
@@ -71,9 +75,12 @@ struct Command {
 const Command kCommands[] = {
     {"run", "Validate a project, then run its actions.", AddRunOptions, Run},
     {"validate", "Check every enabled action of a project; one line per problem.",
-     [](CLI::App* command, CommandLine* line) { AddProjectArgument(command, &line->project_path); },
+     [](CLI::App* command, CommandLine* line) {
+       AddProjectArgument(command, &line->project_path);
+       AddDefineOption(command, line);
+     },
      [](const host::ActionRegistry& registry, CommandLine& line) {
-       return ValidateProjectFile(registry, line.project_path);
+       return ValidateProjectFile(registry, line.project_path, line.run.defines);
      }},
     {"list", "List the registered actions: category, class, display name, help file.",
      [](CLI::App* command, CommandLine* line) {

@@ -15,7 +15,6 @@
 namespace brivant::cli {
 namespace {
 
-
 // Tabs and line breaks would break a tab-separated line apart.
 std::string OneField(std::string_view text) {
   std::string field;
@@ -83,8 +82,7 @@ std::string LookUpText(const TStrings& lines, std::string_view name) {
     if (!line.empty() && line.front() == '[') continue;
     size_t equals = line.find('=');
     if (equals == std::string::npos) continue;
-    if (SameText(std::string_view(line).substr(0, equals), name))
-      text = line.substr(equals + 1);
+    if (SameText(std::string_view(line).substr(0, equals), name)) text = line.substr(equals + 1);
   }
   return text;
 }

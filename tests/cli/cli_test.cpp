@@ -88,6 +88,7 @@ const char kEchoProject[] = R"(<Project>
       <Property Name="Tone">ttLoud</Property>
     </Action>
     <Action Class="TTestRepeatAction" Title="Twice">
+      <Property Name="BVVariable">PASS</Property>
       <Actions>
         <Action Class="TTestEchoAction" Title="Inner">
           <Property Name="Text">again</Property>
@@ -169,8 +170,42 @@ TEST_F(CliTest, ValidateListsProblemsOfEnabledActions) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.err, "");
   EXPECT_EQ(outcome.out,
-            "Say nothing: Text To Echo: The text has not been set\n"
-            "Echo Text: Text To Echo: The text has not been set\n");
+            "p.bvproj:2: Say nothing: Text To Echo: The text has not been set\n"
+            "p.bvproj:4: warning: Repeat: BVVariable: the loop sets no variable, so its actions "
+            "cannot tell one pass from the next\n"
+            "p.bvproj:5: Echo Text: Text To Echo: The text has not been set\n");
+}
+
+// Mistakes only the whole project shows, each named by line and XML property;
+// variables a run would know (-D, an earlier action's output, the
+// environment) are no mistake.
+TEST_F(CliTest, ValidateFindsUndefinedVariablesAndFileSets) {
+  std::string project = WriteProject(R"(<Project>
+  <Variables><Variable Name="SOURCE" Value="s"/></Variables>
+  <FileSets><FileSet Name="Sources" BaseDir="."><Include>*</Include></FileSet></FileSets>
+  <Actions>
+    <Action Class="TDeleteFilesAction" Title="Clean"><Property Name="FileSpec">%SORCE%/%HOME%/$(NUMBER)/%GIVEN%</Property></Action>
+    <Action Class="TBVRandomNumberAction"><Property Name="Variable">NUMBER</Property></Action>
+    <Action Class="TDeleteFilesAction" Title="Later"><Property Name="FileSpec">$(NUMBER)</Property></Action>
+    <Action Class="TFileIterator" Title="Each">
+      <Property Name="UseFileSet">True</Property>
+      <Property Name="FileSetName">Sourcs</Property>
+      <Actions><Action Class="TDeleteFilesAction"><Property Name="FileSpec">%Missing%</Property></Action></Actions>
+    </Action>
+  </Actions>
+</Project>)");
+  Outcome outcome = WithRealPackages("validate -D GIVEN=1 " + project);
+  EXPECT_EQ(outcome.status, 1) << outcome.err;
+  EXPECT_EQ(outcome.out,
+            "p.bvproj:5: warning: Clean: FileSpec: reference to undefined variable 'SORCE' (did "
+            "you mean 'SOURCE'?)\n"
+            "p.bvproj:5: warning: Clean: FileSpec: reference to undefined variable 'NUMBER'\n"
+            "p.bvproj:8: warning: Each: VariableName: the loop sets no variable, so its actions "
+            "cannot tell one pass from the next\n"
+            "p.bvproj:10: Each: FileSetName: file set 'Sourcs' is not declared in the project "
+            "(did you mean 'Sources'?)\n"
+            "p.bvproj:11: warning: Delete File(s): FileSpec: reference to undefined variable "
+            "'Missing'\n");
 }
 
 TEST_F(CliTest, ValidateOfAGoodProjectSaysSo) {
@@ -330,9 +365,11 @@ TEST_F(CliTest, ValidateFindsTheRobocopyLocationInTheOptionsFile) {
   outcome = Brivant("validate " + project, "env -u BRIVANT_PACKAGE_PATH BRIVANT_OPTIONS=" +
                                                Quoted(temp_.Join("none.ini")));
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.out,
-            "Robocopy Mirror: Robocopy Options: The Robocopy.exe file path has not been specified\n"
-            "Robocopy Mirror: Robocopy Options: The Robocopy.exe file can not be found\n");
+  EXPECT_EQ(
+      outcome.out,
+      "p.bvproj:2: Robocopy Mirror: Robocopy Options: The Robocopy.exe file path has not been "
+      "specified\n"
+      "p.bvproj:2: Robocopy Mirror: Robocopy Options: The Robocopy.exe file can not be found\n");
 }
 
 // A DOS command that starts two sleeps, one deaf to SIGTERM, publishes the
