@@ -29,6 +29,9 @@ struct CommandLine {
   std::string project_path;
   std::string category;
   std::string class_name;
+  bool as_json = false;
+  std::string reference_directory;
+  bool check = false;
 };
 
 const std::map<std::string, host::LogFormat> kLogFormats = {
@@ -96,14 +99,26 @@ const Command kCommands[] = {
        command->add_option("CLASS", line->class_name, "The action class (TCopyFilesAction).")
            ->type_name("NAME")
            ->required();
+       command->add_flag("--json", line->as_json, "Print one JSON object instead.");
      },
      [](const host::ActionRegistry& registry, CommandLine& line) {
-       return PrintProperties(registry, line.class_name);
+       return PrintProperties(registry, line.class_name, line.as_json);
      }},
     {"describe", "Print a project's action tree with each action's description.",
      [](CLI::App* command, CommandLine* line) { AddProjectArgument(command, &line->project_path); },
      [](const host::ActionRegistry& registry, CommandLine& line) {
        return DescribeProjectFile(registry, line.project_path);
+     }},
+    {"reference", "Write the action reference pages (docs/actions) from the property tables.",
+     [](CLI::App* command, CommandLine* line) {
+       command->add_option("DIR", line->reference_directory, "Where the pages are.")
+           ->type_name("DIR")
+           ->required();
+       command->add_flag("--check", line->check,
+                         "Write nothing; name the pages that are out of date and fail.");
+     },
+     [](const host::ActionRegistry& registry, CommandLine& line) {
+       return WriteReference(registry, line.reference_directory, line.check);
      }},
 };
 

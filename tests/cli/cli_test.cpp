@@ -124,6 +124,8 @@ TEST_F(CliTest, PropsPrintsEveryPublishedProperty) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.err, "");
   EXPECT_EQ(outcome.out,
+            "# TTestEchoAction (Echo Text): see docs/actions/testing.md\n"
+            "# name\ttype\tdefault\tflags\tdisplay text\thelp\n"
             "Text\tstring\thello\tstored\tText To Echo\tThe text written to the log\n"
             "Repeat\tInteger\t1\tstored\tRepeat Count\tHow many times the text is written\n"
             "Tone\tTTestTone (ttCalm, ttLoud)\tttCalm\tstored\tTone\t\n"
@@ -132,11 +134,28 @@ TEST_F(CliTest, PropsPrintsEveryPublishedProperty) {
             "Message\tstring\thello\tnot stored\t\t\n"
             "LinesWritten\tInteger\t0\tstored,read-only,hidden\t\t\n");
 
-  outcome = WithTestPackage("props TTestRepeatAction");
+  outcome = WithTestPackage("props --json TTestRepeatAction");
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.out,
-            "BVVariable\tTVariableName\t\tstored,hidden\t\t\n"
-            "Count\tInteger\t2\tstored\t\t\n");
+            "{\"class\":\"TTestRepeatAction\",\"category\":\"Loops\",\"displayName\":\"Repeat\","
+            "\"properties\":[{\"name\":\"BVVariable\",\"type\":\"TVariableName\",\"default\":\"\","
+            "\"flags\":\"stored,hidden\",\"displayText\":\"\",\"help\":\"\"},{\"name\":\"Count\","
+            "\"type\":\"Integer\",\"default\":\"2\",\"flags\":\"stored\",\"displayText\":\"\","
+            "\"help\":\"\"}]}\n");
+}
+
+// The reference in docs/actions lists every registered action with exactly
+// its property table; a table changed without the pages fails here.
+TEST_F(CliTest, ActionReferenceMatchesThePropertyTables) {
+  Outcome outcome =
+      WithRealPackages("reference --check " + Quoted(BRIVANT_SOURCE_DIR "/docs/actions"));
+  EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+  // And a page that lost an action is found.
+  std::filesystem::copy(BRIVANT_SOURCE_DIR "/docs/actions", temp_.Join("pages"));
+  testing::WriteBytes(temp_.Join("pages/misc.md"), "# Misc\n");
+  outcome = WithRealPackages("reference --check pages");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.out, "pages/misc.md: out of date; run 'brivant reference pages'\n");
 }
 
 TEST_F(CliTest, PropsOfAnUnknownClassSuggestsOne) {
