@@ -4,6 +4,7 @@
 // the real package found beside the binary.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -517,6 +518,28 @@ TEST_F(CliTest, RunIteratesFilesAndFoldersWithTheRealPackage) {
         << outcome.out;
   }
   EXPECT_EQ(outcome.out.find("folder src/zz"), std::string::npos) << "Reset ends the loop";
+}
+
+// The release example runs as a user would run it, in a copy of its
+// directory: the manifest lists the staged files (the build log left out) with
+// their MD5 (values from md5sum), and the stage is cleaned up.
+TEST_F(CliTest, ReleaseExampleStagesChecksumsPacksAndCleansUp) {
+  std::filesystem::copy(BRIVANT_SOURCE_DIR "/examples/release", temp_.Join("release"),
+                        std::filesystem::copy_options::recursive);
+  Outcome outcome = WithRealPackages("-C release run release.bvproj --log json");
+  ASSERT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+  std::vector<std::string> outputs;
+  for (const auto& entry : std::filesystem::directory_iterator(temp_.Join("release/out")))
+    outputs.push_back(entry.path().filename().string());
+  std::sort(outputs.begin(), outputs.end());
+  ASSERT_EQ(outputs.size(), 2u);
+  EXPECT_EQ(outputs[0].substr(0, 9), "MANIFEST-");
+  EXPECT_EQ(outputs[1].substr(0, 7), "widget-");
+  std::string manifest = testing::ReadBytes(temp_.Join("release/out/" + outputs[0]));
+  for (const char* line :
+       {"3AC8FC5DCB6F9FAE83B2FECDDB841ECE  ", "A13AE2254CE00EB417C3AA2A376BC5B5  "})
+    EXPECT_NE(manifest.find(line), std::string::npos) << manifest;
+  EXPECT_EQ(manifest.find("build.log"), std::string::npos) << manifest;
 }
 
 }  // namespace
