@@ -9,9 +9,14 @@
 
 #include "host/log_sink.h"
 
+namespace brivant {
+class TCustomBVAction;
+}
+
 namespace brivant::host {
 class ActionRegistry;
-}
+struct RegisteredAction;
+}  // namespace brivant::host
 
 namespace brivant::cli {
 
@@ -28,14 +33,48 @@ void PrintError(const std::string& message);
 /// only that one's actions (the name compares without regard to case).
 int ListActions(const host::ActionRegistry& registry, const std::string& category);
 
-/// Prints one line per published property of `class_name`, in published
-/// order: name, type, default, flags, display text and help, separated by
-/// tabs.
-int PrintProperties(const host::ActionRegistry& registry, const std::string& class_name);
+/// Prints a header line naming the class, then one line per published
+/// property of `class_name`, in published order: name, type, default, flags,
+/// display text and help, separated by tabs. As JSON: one object with the
+/// class, its category and display name, and the same fields per property.
+int PrintProperties(const host::ActionRegistry& registry, const std::string& class_name,
+                    bool as_json);
+
+/// Writes the action reference, one Markdown page per category, into
+/// `directory`: for each action a generated heading and property table, with
+/// the hand-written text of the page kept. With `check`, writes nothing and
+/// names each page that differs from what it would write (exit 1).
+int WriteReference(const host::ActionRegistry& registry, const std::string& directory, bool check);
+
+/// The reference page of a category: "Files & Directories" ->
+/// "files-directories.md".
+std::string ReferencePageName(std::string_view category);
+
+/// A published property as `props` and the reference show it.
+struct PropertyRow {
+  std::string name;
+  std::string type;
+  std::string default_text;
+  std::string flags;  // "stored", "not stored", ",read-only", ",hidden"
+  std::string display_text;
+  std::string help;
+};
+
+std::vector<PropertyRow> PropertyRowsOf(const TCustomBVAction& instance);
+
+/// The action named `class_name`, or nullptr after printing an error that
+/// suggests the nearest class.
+const host::RegisteredAction* FindActionOrSuggest(const host::ActionRegistry& registry,
+                                                  const std::string& class_name);
+
+std::string PropertiesAsJson(const host::RegisteredAction& action, const TCustomBVAction& instance,
+                             const std::vector<PropertyRow>& rows);
 
 /// Loads the project and prints each validation problem as
-/// "action title: property title: message".
-int ValidateProjectFile(const host::ActionRegistry& registry, const std::string& path);
+/// "path:line: [warning: ]action title: [property: ]message". Warnings do not
+/// fail the validation. `defines` are "NAME=VALUE" as typed after -D.
+int ValidateProjectFile(const host::ActionRegistry& registry, const std::string& path,
+                        const std::vector<std::string>& defines);
 
 /// Prints the project's action tree, two blanks of indent per level.
 int DescribeProjectFile(const host::ActionRegistry& registry, const std::string& path);

@@ -1,12 +1,17 @@
 // brivant: the command-line build runner. Loads the action packages, then
 // runs one command; see commands.h for what each prints and returns.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
 #include <map>
+#include <string_view>
 
+#include "cli/command_documents.h"
 #include "cli/commands.h"
 #include "host/action_registry.h"
 #include "host/package_loader.h"
+#include "host/spelling.h"
+#include "platform/file_operations.h"
 
 namespace brivant::cli {
 
@@ -16,12 +21,17 @@ namespace {
 
 // Everything any command reads from the command line.
 struct CommandLine {
+  std::string directory;  // -C
+  std::string generate;   // --generate, hidden
   RunArguments run;
   std::string log_format = "text";
   bool no_color = false;
   std::string project_path;
   std::string category;
   std::string class_name;
+  bool as_json = false;
+  std::string reference_directory;
+  bool check = false;
 };
 
 const std::map<std::string, host::LogFormat> kLogFormats = {
@@ -36,14 +46,18 @@ void AddProjectArgument(CLI::App* command, std::string* path) {
       ->required();
 }
 
-void AddRunOptions(CLI::App* command, CommandLine* line) {
-  AddProjectArgument(command, &line->run.path);
+void AddDefineOption(CLI::App* command, CommandLine* line) {
   command->add_option("-D", line->run.defines, "Set a variable (a String one if undeclared).")
       ->type_name("NAME=VALUE")
       ->allow_extra_args(false);
+}
+
+void AddRunOptions(CLI::App* command, CommandLine* line) {
+  AddProjectArgument(command, &line->run.path);
+  AddDefineOption(command, line);
   command->add_option("--log", line->log_format, "Log format: text (the default), json or github.")
       ->type_name("FORMAT")
-      ->check(CLI::IsMember({"text", "json", "github"}).description(""));
+      ->check(CLI::IsMember(kLogFormats).description(""));
   command->add_flag("--no-color", line->no_color, "Never colour the text log.");
 }
 
@@ -64,9 +78,12 @@ struct Command {
 const Command kCommands[] = {
     {"run", "Validate a project, then run its actions.", AddRunOptions, Run},
     {"validate", "Check every enabled action of a project; one line per problem.",
-     [](CLI::App* command, CommandLine* line) { AddProjectArgument(command, &line->project_path); },
+     [](CLI::App* command, CommandLine* line) {
+       AddProjectArgument(command, &line->project_path);
+       AddDefineOption(command, line);
+     },
      [](const host::ActionRegistry& registry, CommandLine& line) {
-       return ValidateProjectFile(registry, line.project_path);
+       return ValidateProjectFile(registry, line.project_path, line.run.defines);
      }},
     {"list", "List the registered actions: category, class, display name, help file.",
      [](CLI::App* command, CommandLine* line) {
@@ -82,14 +99,26 @@ const Command kCommands[] = {
        command->add_option("CLASS", line->class_name, "The action class (TCopyFilesAction).")
            ->type_name("NAME")
            ->required();
+       command->add_flag("--json", line->as_json, "Print one JSON object instead.");
      },
      [](const host::ActionRegistry& registry, CommandLine& line) {
-       return PrintProperties(registry, line.class_name);
+       return PrintProperties(registry, line.class_name, line.as_json);
      }},
     {"describe", "Print a project's action tree with each action's description.",
      [](CLI::App* command, CommandLine* line) { AddProjectArgument(command, &line->project_path); },
      [](const host::ActionRegistry& registry, CommandLine& line) {
        return DescribeProjectFile(registry, line.project_path);
+     }},
+    {"reference", "Write the action reference pages (docs/actions) from the property tables.",
+     [](CLI::App* command, CommandLine* line) {
+       command->add_option("DIR", line->reference_directory, "Where the pages are.")
+           ->type_name("DIR")
+           ->required();
+       command->add_flag("--check", line->check,
+                         "Write nothing; name the pages that are out of date and fail.");
+     },
+     [](const host::ActionRegistry& registry, CommandLine& line) {
+       return WriteReference(registry, line.reference_directory, line.check);
      }},
 };
 
@@ -105,11 +134,40 @@ void LoadAllPackages(host::ActionRegistry& registry) {
              " (BRIVANT_PACKAGE_PATH overrides)");
 }
 
+std::vector<std::string_view> CommandNames() {
+  std::vector<std::string_view> names;
+  for (const Command& command : kCommands) names.emplace_back(command.name);
+  return names;
+}
+
+// CLI11 reports a mistyped command as a missing one; a user who typed
+// "brivant rnu" deserves to hear what was wrong and what was meant.
+bool CheckCommandWord(int argc, char** argv) {
+  std::vector<std::string_view> names = CommandNames();
+  for (int i = 1; i < argc; ++i) {
+    std::string_view word = argv[i];
+    if (word == "-C" || word == "--generate") {
+      ++i;
+      continue;
+    }
+    if (word.empty() || word[0] == '-') continue;
+    if (std::find(names.begin(), names.end(), word) != names.end()) return true;
+    PrintError("unknown command '" + std::string(word) + "'" + host::DidYouMean(word, names));
+    std::cerr << "Run 'brivant --help' for usage.\n";
+    return false;
+  }
+  return true;
+}
+
 int Main(int argc, char** argv) {
   CLI::App app("Runs build projects made of actions.", "brivant");
   app.set_version_flag("--version", "brivant " BRIVANT_VERSION);
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);
   CommandLine line;
+  app.add_option("-C", line.directory, "Run as if brivant was started in DIR.")->type_name("DIR");
+  app.add_option("--generate", line.generate)
+      ->check(CLI::IsMember(kDocumentKinds))
+      ->group("");  // for the build, not for users
   std::vector<std::pair<CLI::App*, const Command*>> parsers;
   for (const Command& command : kCommands) {
     CLI::App* parser = app.add_subcommand(command.name, command.help);
@@ -117,6 +175,7 @@ int Main(int argc, char** argv) {
     parsers.emplace_back(parser, &command);
   }
 
+  if (!CheckCommandWord(argc, argv)) return kExitUsage;
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -126,13 +185,34 @@ int Main(int argc, char** argv) {
     std::cerr << "Run 'brivant --help' for usage.\n";
     return kExitUsage;
   }
+  if (!line.generate.empty()) {
+    OptionValues values;
+    for (const auto& [name, format] : kLogFormats) values["--log"].push_back(name);
+    std::cout << GenerateDocument(line.generate, app, values);
+    return kExitSuccess;
+  }
+  if (!line.directory.empty()) {
+    if (platform::OsError error = platform::SetCurrentDirectory(line.directory)) {
+      PrintError("-C: " + error.Describe());
+      return kExitUsage;
+    }
+  }
 
+  const Command* chosen = nullptr;
+  for (const auto& [parser, command] : parsers) {
+    if (parser->parsed()) chosen = command;
+  }
+  if (chosen == nullptr) {
+    std::string names;
+    for (std::string_view name : CommandNames())
+      names += (names.empty() ? "" : ", ") + std::string(name);
+    PrintError("a command is required: " + names);
+    std::cerr << "Run 'brivant --help' for usage.\n";
+    return kExitUsage;
+  }
   host::ActionRegistry registry;
   LoadAllPackages(registry);
-  for (const auto& [parser, command] : parsers) {
-    if (parser->parsed()) return command->execute(registry, line);
-  }
-  return kExitUsage;
+  return chosen->execute(registry, line);
 }
 
 }  // namespace

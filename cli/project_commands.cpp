@@ -15,6 +15,19 @@
 namespace brivant::cli {
 namespace {
 
+// "NAME=VALUE" as typed after -D; a malformed one is a usage error.
+bool ParseDefines(const std::vector<std::string>& typed, host::BuildRunner::Defines* defines) {
+  for (const std::string& define : typed) {
+    size_t equals = define.find('=');
+    if (equals == std::string::npos || equals == 0) {
+      PrintError("-D expects NAME=VALUE, got '" + define + "'");
+      return false;
+    }
+    defines->emplace_back(define.substr(0, equals), define.substr(equals + 1));
+  }
+  return true;
+}
+
 // A project that cannot be loaded is a usage error, as the message already
 // names the file and line.
 bool Load(const host::ActionRegistry& registry, const std::string& path, host::Project* project) {
@@ -63,7 +76,10 @@ void AttachHost(const std::vector<host::ActionNode>& nodes, IBVActionHost* actio
 
 }  // namespace
 
-int ValidateProjectFile(const host::ActionRegistry& registry, const std::string& path) {
+int ValidateProjectFile(const host::ActionRegistry& registry, const std::string& path,
+                        const std::vector<std::string>& defines) {
+  host::BuildRunner::Defines parsed;
+  if (!ParseDefines(defines, &parsed)) return kExitUsage;
   host::Project project;
   if (!Load(registry, path, &project)) return kExitUsage;
   // Some checks read host services (the Robocopy actions look up the tool in
@@ -71,16 +87,18 @@ int ValidateProjectFile(const host::ActionRegistry& registry, const std::string&
   std::ostringstream discarded_log;
   std::unique_ptr<host::LogSink> sink =
       host::MakeLogSink(host::LogFormat::kText, discarded_log, {});
-  host::BuildRunner runner(project, *sink);
+  host::BuildRunner runner(project, *sink, parsed);
   AttachHost(project.actions, &runner);
-  std::vector<host::ValidationProblem> problems = host::ValidateProject(project);
+  std::vector<std::string> defined_names;
+  for (const auto& [name, value] : parsed) defined_names.push_back(name);
+  bool failed = false;
+  std::vector<host::ValidationProblem> problems = host::ValidateProject(project, defined_names);
   for (const host::ValidationProblem& problem : problems) {
-    std::cout << problem.action_title << ": ";
-    if (!problem.property_title.empty()) std::cout << problem.property_title << ": ";
-    std::cout << problem.message << '\n';
+    std::cout << host::DescribeProblem(project, problem) << '\n';
+    failed = failed || !problem.warning;
   }
-  if (!problems.empty()) return kExitFailure;
-  std::cout << "no problems\n";
+  if (failed) return kExitFailure;
+  if (problems.empty()) std::cout << "no problems\n";
   return kExitSuccess;
 }
 
@@ -96,14 +114,7 @@ int RunProjectFile(const host::ActionRegistry& registry, const RunArguments& arg
   options.format = arguments.format;
   options.color = arguments.color;
   options.script_methods = registry.ScriptMethods();
-  for (const std::string& define : arguments.defines) {
-    size_t equals = define.find('=');
-    if (equals == std::string::npos || equals == 0) {
-      PrintError("-D expects NAME=VALUE, got '" + define + "'");
-      return kExitUsage;
-    }
-    options.defines.emplace_back(define.substr(0, equals), define.substr(equals + 1));
-  }
+  if (!ParseDefines(arguments.defines, &options.defines)) return kExitUsage;
   host::Project project;
   if (!Load(registry, arguments.path, &project)) return kExitUsage;
   return host::RunProject(project, options);

@@ -7,6 +7,7 @@
 
 #include "cli/commands.h"
 #include "host/action_registry.h"
+#include "host/json_log_sink.h"
 #include "host/spelling.h"
 #include "package/custom_bv_action.h"
 #include "package/property_table.h"
@@ -14,7 +15,6 @@
 
 namespace brivant::cli {
 namespace {
-
 
 // Tabs and line breaks would break a tab-separated line apart.
 std::string OneField(std::string_view text) {
@@ -83,13 +83,39 @@ std::string LookUpText(const TStrings& lines, std::string_view name) {
     if (!line.empty() && line.front() == '[') continue;
     size_t equals = line.find('=');
     if (equals == std::string::npos) continue;
-    if (SameText(std::string_view(line).substr(0, equals), name))
-      text = line.substr(equals + 1);
+    if (SameText(std::string_view(line).substr(0, equals), name)) text = line.substr(equals + 1);
   }
   return text;
 }
 
 }  // namespace
+
+std::vector<PropertyRow> PropertyRowsOf(const TCustomBVAction& instance) {
+  TStrings aliases, help, hidden, read_only;
+  instance.GetPropertyAlias(aliases);
+  instance.GetPropertyHelp(help);
+  instance.GetHiddenProperties(hidden);
+  instance.GetReadOnlyProperties(read_only);
+  std::vector<PropertyRow> rows;
+  for (const PropertyInfo& info : instance.GetPropertyTable().Rows()) {
+    rows.push_back({std::string(info.name), TypeText(info), DefaultText(info, instance),
+                    FlagsText(info, hidden, read_only), LookUpText(aliases, info.name),
+                    LookUpText(help, info.name)});
+  }
+  return rows;
+}
+
+const host::RegisteredAction* FindActionOrSuggest(const host::ActionRegistry& registry,
+                                                  const std::string& class_name) {
+  const host::RegisteredAction* action = registry.FindAction(class_name);
+  if (action != nullptr) return action;
+  std::vector<std::string_view> class_names;
+  for (const host::RegisteredAction& registered : registry.Actions())
+    class_names.push_back(registered.action_class->Name());
+  PrintError("unknown action class '" + class_name + "'" +
+             host::DidYouMean(class_name, class_names));
+  return nullptr;
+}
 
 int ListActions(const host::ActionRegistry& registry, const std::string& category) {
   if (!category.empty()) {
@@ -113,30 +139,53 @@ int ListActions(const host::ActionRegistry& registry, const std::string& categor
   return kExitSuccess;
 }
 
-int PrintProperties(const host::ActionRegistry& registry, const std::string& class_name) {
-  const host::RegisteredAction* action = registry.FindAction(class_name);
-  if (action == nullptr) {
-    std::vector<std::string_view> class_names;
-    for (const host::RegisteredAction& registered : registry.Actions())
-      class_names.push_back(registered.action_class->Name());
-    PrintError("unknown action class '" + class_name + "'" +
-               host::DidYouMean(class_name, class_names));
-    return kExitUsage;
-  }
+int PrintProperties(const host::ActionRegistry& registry, const std::string& class_name,
+                    bool as_json) {
+  const host::RegisteredAction* action = FindActionOrSuggest(registry, class_name);
+  if (action == nullptr) return kExitUsage;
   std::unique_ptr<TCustomBVAction> instance = action->action_class->Create();
-  TStrings aliases, help, hidden, read_only;
-  instance->GetPropertyAlias(aliases);
-  instance->GetPropertyHelp(help);
-  instance->GetHiddenProperties(hidden);
-  instance->GetReadOnlyProperties(read_only);
-  for (const PropertyInfo& info : instance->GetPropertyTable().Rows()) {
-    std::cout << info.name << '\t' << TypeText(info) << '\t'
-              << OneField(DefaultText(info, *instance)) << '\t'
-              << FlagsText(info, hidden, read_only) << '\t'
-              << OneField(LookUpText(aliases, info.name)) << '\t'
-              << OneField(LookUpText(help, info.name)) << '\n';
+  std::vector<PropertyRow> rows = PropertyRowsOf(*instance);
+  if (as_json) {
+    std::cout << PropertiesAsJson(*action, *instance, rows) << '\n';
+    return kExitSuccess;
+  }
+  std::cout << "# " << action->action_class->Name() << " (" << OneField(instance->GetActionName())
+            << "): see docs/actions/" << ReferencePageName(action->category) << "\n"
+            << "# name\ttype\tdefault\tflags\tdisplay text\thelp\n";
+  for (const PropertyRow& row : rows) {
+    std::cout << row.name << '\t' << row.type << '\t' << OneField(row.default_text) << '\t'
+              << row.flags << '\t' << OneField(row.display_text) << '\t' << OneField(row.help)
+              << '\n';
   }
   return kExitSuccess;
+}
+
+std::string PropertiesAsJson(const host::RegisteredAction& action, const TCustomBVAction& instance,
+                             const std::vector<PropertyRow>& rows) {
+  std::string json = "{\"class\":";
+  host::AppendJsonString(action.action_class->Name(), &json);
+  json += ",\"category\":";
+  host::AppendJsonString(action.category, &json);
+  json += ",\"displayName\":";
+  host::AppendJsonString(instance.GetActionName(), &json);
+  json += ",\"properties\":[";
+  for (const PropertyRow& row : rows) {
+    if (json.back() != '[') json += ',';
+    const std::pair<const char*, const std::string*> fields[] = {{"name", &row.name},
+                                                                 {"type", &row.type},
+                                                                 {"default", &row.default_text},
+                                                                 {"flags", &row.flags},
+                                                                 {"displayText", &row.display_text},
+                                                                 {"help", &row.help}};
+    json += '{';
+    for (const auto& [key, value] : fields) {
+      if (json.back() != '{') json += ',';
+      json += std::string("\"") + key + "\":";
+      host::AppendJsonString(*value, &json);
+    }
+    json += '}';
+  }
+  return json + "]}";
 }
 
 }  // namespace brivant::cli

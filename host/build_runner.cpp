@@ -130,10 +130,20 @@ bool BuildRunner::Run() {
 bool BuildRunner::ReportValidation() {
   for (const DefineError& error : define_errors_)
     sink_.ValidationError(error.title, "", error.message);
-  std::vector<ValidationProblem> problems = ValidateProject(project_);
-  for (const ValidationProblem& problem : problems)
+  // -D has put its variables into the store already.
+  std::vector<std::string> defined_names = variables_.Names();
+  bool valid = define_errors_.empty();
+  for (const ValidationProblem& problem : ValidateProject(project_, defined_names)) {
+    if (problem.warning) {
+      ValidationProblem shown = problem;
+      shown.warning = false;  // the tag says it
+      sink_.Message(stWarning, DescribeProblem(project_, shown));
+      continue;
+    }
     sink_.ValidationError(problem.action_title, problem.property_title, problem.message);
-  return define_errors_.empty() && problems.empty();
+    valid = false;
+  }
+  return valid;
 }
 
 // Done once before the run, so that running a node costs no string copies.

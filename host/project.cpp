@@ -31,7 +31,6 @@ const Names kActionChildren = {"Property", "Script", "Actions"};
 const Names kNameOnly = {"Name"};
 const Names kNothing = {};
 
-
 bool IsTextNode(const pugi::xml_node& node) {
   return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
@@ -79,6 +78,16 @@ struct StoredProperty {
   PropertyValue value;
   int line;
 };
+
+// The text a reference could hide in: strings, and list items one a line.
+std::string TextOf(const PropertyValue& value) {
+  if (const auto* text = std::get_if<std::string>(&value)) return *text;
+  const auto* items = std::get_if<std::vector<std::string>>(&value);
+  if (items == nullptr) return "";
+  std::string joined;
+  for (const std::string& item : *items) joined += (joined.empty() ? "" : "\n") + item;
+  return joined;
+}
 
 class ProjectReader {
  public:
@@ -332,6 +341,9 @@ class ProjectReader {
       }
     }
     if (!ApplyProperties(properties, *node->action)) return false;
+    for (const StoredProperty& stored : properties)
+      node->properties.push_back(
+          {std::string(stored.info->name), TextOf(stored.value), stored.line});
     node->action->Loaded();
     node->title = std::string(element.attribute("Title").value());
     if (TrimView(node->title).empty()) node->title = node->action->GetActionName();

@@ -30,6 +30,13 @@ struct FileSetDefinition {
   int line = 0;
 };
 
+// A property as the file gives it, kept for the checks that name its line.
+struct PropertySource {
+  std::string name;  // as the class's table spells it
+  std::string text;  // string properties as written, list items joined by line breaks
+  int line = 0;
+};
+
 // One action of the tree with what the host keeps beside it.
 struct ActionNode {
   std::unique_ptr<TCustomBVAction> action;
@@ -37,6 +44,7 @@ struct ActionNode {
   bool enabled = true;
   bool ignore_failure = false;
   int line = 0;
+  std::vector<PropertySource> properties;  // in the file's order
   std::vector<ActionNode> children;
 };
 

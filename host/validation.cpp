@@ -1,5 +1,9 @@
 #include "host/validation.h"
 
+#include <algorithm>
+
+#include "host/static_checks.h"
+
 namespace brivant::host {
 namespace {
 
@@ -9,7 +13,8 @@ class Collector : public IBVActionValidationError {
       : node_(node), problems_(problems) {}
   void AddError(const std::string& property_title, const std::string& message,
                 TValidationLevel level) override {
-    problems_->push_back(ValidationProblem{&node_, node_.title, property_title, message, level});
+    problems_->push_back(
+        ValidationProblem{&node_, node_.title, property_title, message, level, node_.line});
     ++count_;
   }
   int Count() const { return count_; }
@@ -34,10 +39,25 @@ void ValidateNodes(const std::vector<ActionNode>& nodes, std::vector<ValidationP
 
 }  // namespace
 
-std::vector<ValidationProblem> ValidateProject(const Project& project) {
+std::vector<ValidationProblem> ValidateProject(const Project& project,
+                                               const std::vector<std::string>& defined_names) {
   std::vector<ValidationProblem> problems;
   ValidateNodes(project.actions, &problems);
+  for (ValidationProblem& problem : CheckProjectStatically(project, defined_names))
+    problems.push_back(std::move(problem));
+  // In the file's order, as a reader goes through it.
+  std::stable_sort(
+      problems.begin(), problems.end(),
+      [](const ValidationProblem& a, const ValidationProblem& b) { return a.line < b.line; });
   return problems;
+}
+
+std::string DescribeProblem(const Project& project, const ValidationProblem& problem) {
+  std::string text = project.path + ":" + std::to_string(problem.line) + ": ";
+  if (problem.warning) text += "warning: ";
+  text += problem.action_title + ": ";
+  if (!problem.property_title.empty()) text += problem.property_title + ": ";
+  return text + problem.message;
 }
 
 }  // namespace brivant::host

@@ -15,9 +15,17 @@ struct ValidationProblem {
   std::string property_title;
   std::string message;
   int level = 0;
+  int line = 0;          // of the action, or of the property at fault
+  bool warning = false;  // reported, but the build may run
 };
 
-// Problems in tree order. Disabled actions and their children are skipped.
-std::vector<ValidationProblem> ValidateProject(const Project& project);
+// The actions' own problems in tree order, then those of the project as a
+// whole (see static_checks.h), with `defined_names` the variables -D sets.
+// Disabled actions and their children are skipped.
+std::vector<ValidationProblem> ValidateProject(const Project& project,
+                                               const std::vector<std::string>& defined_names = {});
+
+// "path:line: [warning: ]title: [property: ]message", as `validate` prints it.
+std::string DescribeProblem(const Project& project, const ValidationProblem& problem);
 
 }  // namespace brivant::host

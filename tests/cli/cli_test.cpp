@@ -4,6 +4,7 @@
 // the real package found beside the binary.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -31,14 +32,18 @@ std::string Quoted(const std::string& text) { return "'" + text + "'"; }
 class CliTest : public ::testing::Test {
  protected:
   // Runs `brivant <arguments>` in the temporary directory. `environment` is
-  // put in front of the command as the shell reads it. The shell writes the
-  // exit status to a file, so standard output stays exactly brivant's.
+  // put in front of the command as the shell reads it.
   Outcome Brivant(const std::string& arguments, const std::string& environment) {
+    return Shell(environment + " " + Quoted(kBrivant) + " " + arguments);
+  }
+
+  // Runs a shell command in the temporary directory. The shell writes the
+  // exit status to a file, so standard output stays exactly the command's.
+  Outcome Shell(const std::string& shell_command) {
     std::string err_file = temp_.Join("stderr.txt");
     std::string status_file = temp_.Join("status.txt");
-    std::string command = "cd " + Quoted(temp_.path()) + " && " + environment + " " +
-                          Quoted(kBrivant) + " " + arguments + " 2>" + Quoted(err_file) +
-                          "; echo $? >" + Quoted(status_file);
+    std::string command = "cd " + Quoted(temp_.path()) + " && " + shell_command + " 2>" +
+                          Quoted(err_file) + "; echo $? >" + Quoted(status_file);
     Outcome outcome;
     FILE* pipe = ::popen(command.c_str(), "r");
     if (pipe == nullptr) {
@@ -84,6 +89,7 @@ const char kEchoProject[] = R"(<Project>
       <Property Name="Tone">ttLoud</Property>
     </Action>
     <Action Class="TTestRepeatAction" Title="Twice">
+      <Property Name="BVVariable">PASS</Property>
       <Actions>
         <Action Class="TTestEchoAction" Title="Inner">
           <Property Name="Text">again</Property>
@@ -119,6 +125,8 @@ TEST_F(CliTest, PropsPrintsEveryPublishedProperty) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.err, "");
   EXPECT_EQ(outcome.out,
+            "# TTestEchoAction (Echo Text): see docs/actions/testing.md\n"
+            "# name\ttype\tdefault\tflags\tdisplay text\thelp\n"
             "Text\tstring\thello\tstored\tText To Echo\tThe text written to the log\n"
             "Repeat\tInteger\t1\tstored\tRepeat Count\tHow many times the text is written\n"
             "Tone\tTTestTone (ttCalm, ttLoud)\tttCalm\tstored\tTone\t\n"
@@ -127,11 +135,28 @@ TEST_F(CliTest, PropsPrintsEveryPublishedProperty) {
             "Message\tstring\thello\tnot stored\t\t\n"
             "LinesWritten\tInteger\t0\tstored,read-only,hidden\t\t\n");
 
-  outcome = WithTestPackage("props TTestRepeatAction");
+  outcome = WithTestPackage("props --json TTestRepeatAction");
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.out,
-            "BVVariable\tTVariableName\t\tstored,hidden\t\t\n"
-            "Count\tInteger\t2\tstored\t\t\n");
+            "{\"class\":\"TTestRepeatAction\",\"category\":\"Loops\",\"displayName\":\"Repeat\","
+            "\"properties\":[{\"name\":\"BVVariable\",\"type\":\"TVariableName\",\"default\":\"\","
+            "\"flags\":\"stored,hidden\",\"displayText\":\"\",\"help\":\"\"},{\"name\":\"Count\","
+            "\"type\":\"Integer\",\"default\":\"2\",\"flags\":\"stored\",\"displayText\":\"\","
+            "\"help\":\"\"}]}\n");
+}
+
+// The reference in docs/actions lists every registered action with exactly
+// its property table; a table changed without the pages fails here.
+TEST_F(CliTest, ActionReferenceMatchesThePropertyTables) {
+  Outcome outcome =
+      WithRealPackages("reference --check " + Quoted(BRIVANT_SOURCE_DIR "/docs/actions"));
+  EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+  // And a page that lost an action is found.
+  std::filesystem::copy(BRIVANT_SOURCE_DIR "/docs/actions", temp_.Join("pages"));
+  testing::WriteBytes(temp_.Join("pages/misc.md"), "# Misc\n");
+  outcome = WithRealPackages("reference --check pages");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.out, "pages/misc.md: out of date; run 'brivant reference pages'\n");
 }
 
 TEST_F(CliTest, PropsOfAnUnknownClassSuggestsOne) {
@@ -165,8 +190,42 @@ TEST_F(CliTest, ValidateListsProblemsOfEnabledActions) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.err, "");
   EXPECT_EQ(outcome.out,
-            "Say nothing: Text To Echo: The text has not been set\n"
-            "Echo Text: Text To Echo: The text has not been set\n");
+            "p.bvproj:2: Say nothing: Text To Echo: The text has not been set\n"
+            "p.bvproj:4: warning: Repeat: BVVariable: the loop sets no variable, so its actions "
+            "cannot tell one pass from the next\n"
+            "p.bvproj:5: Echo Text: Text To Echo: The text has not been set\n");
+}
+
+// Mistakes only the whole project shows, each named by line and XML property;
+// variables a run would know (-D, an earlier action's output, the
+// environment) are no mistake.
+TEST_F(CliTest, ValidateFindsUndefinedVariablesAndFileSets) {
+  std::string project = WriteProject(R"(<Project>
+  <Variables><Variable Name="SOURCE" Value="s"/></Variables>
+  <FileSets><FileSet Name="Sources" BaseDir="."><Include>*</Include></FileSet></FileSets>
+  <Actions>
+    <Action Class="TDeleteFilesAction" Title="Clean"><Property Name="FileSpec">%SORCE%/%HOME%/$(NUMBER)/%GIVEN%</Property></Action>
+    <Action Class="TBVRandomNumberAction"><Property Name="Variable">NUMBER</Property></Action>
+    <Action Class="TDeleteFilesAction" Title="Later"><Property Name="FileSpec">$(NUMBER)</Property></Action>
+    <Action Class="TFileIterator" Title="Each">
+      <Property Name="UseFileSet">True</Property>
+      <Property Name="FileSetName">Sourcs</Property>
+      <Actions><Action Class="TDeleteFilesAction"><Property Name="FileSpec">%Missing%</Property></Action></Actions>
+    </Action>
+  </Actions>
+</Project>)");
+  Outcome outcome = WithRealPackages("validate -D GIVEN=1 " + project);
+  EXPECT_EQ(outcome.status, 1) << outcome.err;
+  EXPECT_EQ(outcome.out,
+            "p.bvproj:5: warning: Clean: FileSpec: reference to undefined variable 'SORCE' (did "
+            "you mean 'SOURCE'?)\n"
+            "p.bvproj:5: warning: Clean: FileSpec: reference to undefined variable 'NUMBER'\n"
+            "p.bvproj:8: warning: Each: VariableName: the loop sets no variable, so its actions "
+            "cannot tell one pass from the next\n"
+            "p.bvproj:10: Each: FileSetName: file set 'Sourcs' is not declared in the project "
+            "(did you mean 'Sources'?)\n"
+            "p.bvproj:11: warning: Delete File(s): FileSpec: reference to undefined variable "
+            "'Missing'\n");
 }
 
 TEST_F(CliTest, ValidateOfAGoodProjectSaysSo) {
@@ -204,8 +263,11 @@ TEST_F(CliTest, UsageErrorsExitWithTwo) {
     std::string error_start;  // the first line of standard error
   };
   const std::vector<Case> cases = {
-      {"no command", "", "brivant: A subcommand is required"},
-      {"unknown command", "frobnicate", "brivant: "},
+      {"no command", "", "brivant: a command is required: run, validate, list, props, describe"},
+      {"unknown command", "frobnicate", "brivant: unknown command 'frobnicate'\n"},
+      {"mistyped command", "-C . rnu p.bvproj",
+       "brivant: unknown command 'rnu' (did you mean 'run'?)"},
+      {"missing directory", "-C nowhere list", "brivant: -C: nowhere: No such file or directory"},
       {"run without a project", "run", "brivant: PROJECT is required"},
       {"props without a class", "props", "brivant: CLASS is required"},
       {"define without a value", "run p.bvproj -D WHO",
@@ -231,6 +293,32 @@ TEST_F(CliTest, HelpAndVersionSucceed) {
   outcome = WithTestPackage("--version");
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.out.substr(0, 8), "brivant ");
+}
+
+TEST_F(CliTest, DashCRunsAsIfStartedInTheDirectory) {
+  std::filesystem::create_directory(temp_.Join("sub"));
+  testing::WriteBytes(temp_.Join("sub/p.bvproj"), kEchoProject);
+  Outcome outcome = WithTestPackage("-C sub run p.bvproj --log json");
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_NE(outcome.out.find("hello world"), std::string::npos) << outcome.out;
+}
+
+// The generated completions parse in their shells and complete class names
+// from the packages the installed binary finds.
+TEST_F(CliTest, ShellCompletionsParseAndCompleteClassNames) {
+  const std::string bash = Quoted(BRIVANT_DOCUMENTS_DIR "/brivant.bash");
+  const std::string zsh = Quoted(BRIVANT_DOCUMENTS_DIR "/_brivant");
+  EXPECT_EQ(Shell("bash -n " + bash).status, 0);
+  EXPECT_EQ(Shell("zsh -n " + zsh).status, 0);
+  std::string brivant_dir = std::filesystem::path(kBrivant).parent_path().string();
+  Outcome outcome = Shell("env -u BRIVANT_PACKAGE_PATH PATH=" + Quoted(brivant_dir) +
+                          ":\"$PATH\" bash -c 'source " + bash +
+                          "; COMP_WORDS=(brivant props TBVF); COMP_CWORD=2; _brivant; "
+                          "printf \"%s\\n\" \"${COMPREPLY[@]}\"'");
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_NE(outcome.out.find("TBVFileCRCAction\n"), std::string::npos) << outcome.out;
+  for (size_t start = 0; start < outcome.out.size(); start = outcome.out.find('\n', start) + 1)
+    EXPECT_EQ(outcome.out.substr(start, 4), "TBVF") << outcome.out;
 }
 
 TEST_F(CliTest, NoPackagesIsAWarningNotAFailure) {
@@ -297,9 +385,11 @@ TEST_F(CliTest, ValidateFindsTheRobocopyLocationInTheOptionsFile) {
   outcome = Brivant("validate " + project, "env -u BRIVANT_PACKAGE_PATH BRIVANT_OPTIONS=" +
                                                Quoted(temp_.Join("none.ini")));
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.out,
-            "Robocopy Mirror: Robocopy Options: The Robocopy.exe file path has not been specified\n"
-            "Robocopy Mirror: Robocopy Options: The Robocopy.exe file can not be found\n");
+  EXPECT_EQ(
+      outcome.out,
+      "p.bvproj:2: Robocopy Mirror: Robocopy Options: The Robocopy.exe file path has not been "
+      "specified\n"
+      "p.bvproj:2: Robocopy Mirror: Robocopy Options: The Robocopy.exe file can not be found\n");
 }
 
 // A DOS command that starts two sleeps, one deaf to SIGTERM, publishes the
@@ -476,6 +566,28 @@ TEST_F(CliTest, ConcurrentBuildsWritingOneIniFileLoseNoUpdate) {
   int keys = 0;
   for (std::string line; std::getline(lines, line);) keys += line.find("=1") != std::string::npos;
   EXPECT_EQ(keys, kBuilds * kKeys);
+}
+
+// The release example runs as a user would run it, in a copy of its
+// directory: the manifest lists the staged files (the build log left out) with
+// their MD5 (values from md5sum), and the stage is cleaned up.
+TEST_F(CliTest, ReleaseExampleStagesChecksumsPacksAndCleansUp) {
+  std::filesystem::copy(BRIVANT_SOURCE_DIR "/examples/release", temp_.Join("release"),
+                        std::filesystem::copy_options::recursive);
+  Outcome outcome = WithRealPackages("-C release run release.bvproj --log json");
+  ASSERT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+  std::vector<std::string> outputs;
+  for (const auto& entry : std::filesystem::directory_iterator(temp_.Join("release/out")))
+    outputs.push_back(entry.path().filename().string());
+  std::sort(outputs.begin(), outputs.end());
+  ASSERT_EQ(outputs.size(), 2u);
+  EXPECT_EQ(outputs[0].substr(0, 9), "MANIFEST-");
+  EXPECT_EQ(outputs[1].substr(0, 7), "widget-");
+  std::string manifest = testing::ReadBytes(temp_.Join("release/out/" + outputs[0]));
+  for (const char* line :
+       {"3AC8FC5DCB6F9FAE83B2FECDDB841ECE  ", "A13AE2254CE00EB417C3AA2A376BC5B5  "})
+    EXPECT_NE(manifest.find(line), std::string::npos) << manifest;
+  EXPECT_EQ(manifest.find("build.log"), std::string::npos) << manifest;
 }
 
 }  // namespace
