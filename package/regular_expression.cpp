@@ -80,8 +80,8 @@ class PcreExpression : public TRegularExpression {
     }
   }
 
-  std::unique_ptr<IMatch> Match(std::string_view input) const override {
-    return Find(input, 0, /*utf_checked=*/false, /*not_empty_at_start=*/false);
+  std::unique_ptr<IMatch> Match(std::string_view input, bool known_utf8) const override {
+    return Find(input, 0, known_utf8, /*not_empty_at_start=*/false);
   }
 
   // The first match at or after `start`.

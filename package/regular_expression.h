@@ -71,8 +71,10 @@ class TRegularExpression {
  public:
   virtual ~TRegularExpression() = default;
   /// The first match in `input`. Throws ERegExException when matching gives
-  /// up (invalid UTF-8 in the input, the match limit).
-  virtual std::unique_ptr<IMatch> Match(std::string_view input) const = 0;
+  /// up (invalid UTF-8 in the input, the match limit). With `known_utf8` the
+  /// caller promises valid UTF-8 (text a file reader already checked) and the
+  /// input is not checked again; invalid input then gives undefined results.
+  virtual std::unique_ptr<IMatch> Match(std::string_view input, bool known_utf8 = false) const = 0;
 };
 
 class RegEx {

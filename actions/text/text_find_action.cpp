@@ -166,7 +166,7 @@ void TBVTextFindAction::SingleSearch() {
     text = ReadSourceFile(path);
   }
   std::string replaced;
-  Search(text, &replaced, /*single=*/true);
+  Search(text, &replaced, /*single=*/true, /*from_file=*/!use_variable_);
   SendMatchCount();
   CheckResult();
   if (replacement_mode_ != trNone) WriteResult(replaced);
@@ -189,7 +189,7 @@ void TBVTextFindAction::FileSetSearch() {
         stInfo);
     std::string text = AsLineList(ReadSourceFile(path));
     std::string replaced;
-    Search(text, &replaced, /*single=*/false);
+    Search(text, &replaced, /*single=*/false, /*from_file=*/true);
     if (terminated_) throw EFindReplaceException(kTerminated);
     int percent = static_cast<int>(i * 100 / files.size());
     if (file_set_count_all_matches_) {
@@ -256,7 +256,8 @@ std::string TBVTextFindAction::ReplacementText() {
   return text;
 }
 
-void TBVTextFindAction::Search(const std::string& text, std::string* out, bool single) {
+void TBVTextFindAction::Search(const std::string& text, std::string* out, bool single,
+                               bool from_file) {
   std::string pattern = BuildPattern();
   uint32_t options = roMultiLine | (case_sensitive_ ? roNone : roIgnoreCase);
   std::unique_ptr<TRegularExpression> expression = RegEx::NewRegularExpression(pattern, options);
@@ -274,7 +275,7 @@ void TBVTextFindAction::Search(const std::string& text, std::string* out, bool s
   size_t copy_from = 0;
   int last_percent = -1;
   try {
-    std::unique_ptr<IMatch> match = expression->Match(text);
+    std::unique_ptr<IMatch> match = expression->Match(text, from_file);
     while (match->Success()) {
       if (single) {
         // Once per percent: a progress line per match would swamp the log.

@@ -81,8 +81,9 @@ class TBVTextFindAction : public TCustomBVAction {
  private:
   void SingleSearch();
   void FileSetSearch();
-  // Searches `text`; when replacing, the new text goes to *out.
-  void Search(const std::string& text, std::string* out, bool single);
+  // Searches `text`; when replacing, the new text goes to *out. `from_file`:
+  // the text is the file reader's, so already checked to be UTF-8.
+  void Search(const std::string& text, std::string* out, bool single, bool from_file);
   void ActOnMatch(const IMatch& match, const std::string& text, size_t* copy_from,
                   std::string* out);
   std::string BuildPattern();
