@@ -69,7 +69,7 @@ class PcreExpression : public TRegularExpression {
  public:
   PcreExpression(CodePtr code) : code_(std::move(code)) {
     // Without machine code (an unsupported processor) the interpreter runs.
-    jit_ = pcre2_jit_compile(code_.get(), PCRE2_JIT_COMPLETE) == 0;
+    jit_ = pcre2_jit_compile(code_.get(), PCRE2_JIT_COMPLETE | PCRE2_JIT_PARTIAL_HARD) == 0;
     match_data_.reset(pcre2_match_data_create_from_pattern(code_.get(), nullptr));
     context_.reset(pcre2_match_context_create(nullptr));
     if (!match_data_ || !context_) throw ERegExException("out of memory for a regular expression");
@@ -82,6 +82,22 @@ class PcreExpression : public TRegularExpression {
 
   std::unique_ptr<IMatch> Match(std::string_view input, bool known_utf8) const override {
     return Find(input, 0, known_utf8, /*not_empty_at_start=*/false);
+  }
+
+  std::unique_ptr<TRegExStream> NewStream(size_t max_held_bytes) const override;
+
+  // Runs the matcher; returns PCRE2's result code.
+  int Run(std::string_view input, size_t start, uint32_t options) const {
+    return pcre2_match(code_.get(), reinterpret_cast<PCRE2_SPTR>(input.data()), input.size(), start,
+                       options, match_data_.get(), context_.get());
+  }
+  const PCRE2_SIZE* Offsets() const { return pcre2_get_ovector_pointer(match_data_.get()); }
+  // Bytes before a match start the matcher may look at: the longest
+  // lookbehind, plus one character for \b and ^, four bytes each at most.
+  size_t ContextBytes() const {
+    uint32_t lookbehind = 0;
+    pcre2_pattern_info(code_.get(), PCRE2_INFO_MAXLOOKBEHIND, &lookbehind);
+    return 4 * (size_t{lookbehind} + 1);
   }
 
   // The first match at or after `start`.
@@ -122,6 +138,80 @@ std::unique_ptr<IMatch> PcreMatch::NextMatch() const {
   // or the search would never move on.
   bool was_empty = offsets_[0] == offsets_[1];
   return expression_->Find(input_, offsets_[1], /*utf_checked=*/true, was_empty);
+}
+
+[[noreturn]] void ThrowMatchError(int rc, uint64_t at) {
+  throw ERegExException("regular expression matching stopped at byte offset " + std::to_string(at) +
+                        ": " + ErrorText(rc));
+}
+
+class PcreStream : public TRegExStream {
+ public:
+  PcreStream(const PcreExpression& expression, size_t max_held_bytes)
+      : expression_(expression),
+        context_bytes_(expression.ContextBytes()),
+        max_held_bytes_(max_held_bytes) {}
+
+  void Feed(std::string_view utf8, const MatchCallback& on_match) override {
+    if (stopped_) return;
+    buffer_.append(utf8);
+    Scan(/*at_end=*/false, on_match);
+  }
+  void Finish(const MatchCallback& on_match) override { Scan(/*at_end=*/true, on_match); }
+
+ private:
+  void Scan(bool at_end, const MatchCallback& on_match) {
+    while (!stopped_) {
+      // Until the end, a match that reaches the end of the buffer may go
+      // on in the next piece: PCRE2 then reports it as partial.
+      uint32_t options = PCRE2_NO_UTF_CHECK | (at_end ? 0 : PCRE2_PARTIAL_HARD) |
+                         (after_empty_match_ ? PCRE2_NOTEMPTY_ATSTART : 0);
+      int rc = expression_.Run(buffer_, search_from_, options);
+      if (rc == PCRE2_ERROR_NOMATCH) {
+        search_from_ = buffer_.size();
+        after_empty_match_ = false;
+        break;
+      }
+      if (rc == PCRE2_ERROR_PARTIAL) {
+        size_t start = expression_.Offsets()[0];
+        if (start != search_from_) after_empty_match_ = false;
+        search_from_ = start;
+        break;
+      }
+      if (rc < 0) ThrowMatchError(rc, base_ + search_from_);
+      size_t start = expression_.Offsets()[0], end = expression_.Offsets()[1];
+      if (!on_match(base_ + start, end - start)) stopped_ = true;
+      after_empty_match_ = start == end;
+      search_from_ = end;
+    }
+    DropSearchedText();
+  }
+
+  void DropSearchedText() {
+    size_t cut = search_from_ > context_bytes_ ? search_from_ - context_bytes_ : 0;
+    // Keep whole characters: the matcher may read the context backwards.
+    while (cut > 0 && (static_cast<unsigned char>(buffer_[cut]) & 0xC0) == 0x80) --cut;
+    buffer_.erase(0, cut);
+    base_ += cut;
+    search_from_ -= cut;
+    if (buffer_.size() > max_held_bytes_) {
+      throw ERegExException("a possible match at byte offset " + std::to_string(base_) +
+                            " runs on for more than " + std::to_string(max_held_bytes_) + " bytes");
+    }
+  }
+
+  const PcreExpression& expression_;
+  const size_t context_bytes_;
+  const size_t max_held_bytes_;
+  std::string buffer_;
+  uint64_t base_ = 0;       // offset of buffer_[0] in all text fed
+  size_t search_from_ = 0;  // in buffer_
+  bool after_empty_match_ = false;
+  bool stopped_ = false;
+};
+
+std::unique_ptr<TRegExStream> PcreExpression::NewStream(size_t max_held_bytes) const {
+  return std::make_unique<PcreStream>(*this, max_held_bytes);
 }
 
 bool IsMetaCharacter(char c) {

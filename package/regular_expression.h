@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -67,6 +68,23 @@ class IMatch {
   virtual std::unique_ptr<IMatch> NextMatch() const = 0;
 };
 
+/// Matching over text that arrives in pieces, such as a file read block by
+/// block, with the results of matching the whole text at once: a match that
+/// could go on past the text fed so far is held back until more comes.
+/// Offsets count from the start of all text fed.
+class TRegExStream {
+ public:
+  /// Receives each match (offset, length); false ends the matching.
+  using MatchCallback = std::function<bool(uint64_t offset, size_t length)>;
+  virtual ~TRegExStream() = default;
+  /// Adds `utf8`, which must be valid UTF-8 and end on a character boundary.
+  /// Throws ERegExException when matching gives up, also when a match would
+  /// need more text held back than the stream's limit.
+  virtual void Feed(std::string_view utf8, const MatchCallback& on_match) = 0;
+  /// The text is complete: reports the matches that were held back.
+  virtual void Finish(const MatchCallback& on_match) = 0;
+};
+
 class TRegularExpression {
  public:
   virtual ~TRegularExpression() = default;
@@ -75,6 +93,8 @@ class TRegularExpression {
   /// caller promises valid UTF-8 (text a file reader already checked) and the
   /// input is not checked again; invalid input then gives undefined results.
   virtual std::unique_ptr<IMatch> Match(std::string_view input, bool known_utf8 = false) const = 0;
+  /// A stream that holds back at most `max_held_bytes` of text.
+  virtual std::unique_ptr<TRegExStream> NewStream(size_t max_held_bytes) const = 0;
 };
 
 class RegEx {

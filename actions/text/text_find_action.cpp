@@ -7,6 +7,9 @@
 #include "package/exceptions.h"
 #include "package/regular_expression.h"
 #include "package/string_utils.h"
+#include "platform/file_operations.h"
+#include "platform/file_reading.h"
+#include "platform/locale_charset.h"
 
 namespace brivant {
 namespace {
@@ -34,6 +37,22 @@ size_t Utf16Units(std::string_view utf8) {
 }
 
 bool HasBody(TBVActionScript* script) { return script != nullptr && script->HasBody(); }
+
+// How much of `bytes` (from `from` on) ends on a character boundary: a
+// sequence cut off at the end is left for the next block.
+size_t CompleteUtf8Prefix(std::string_view bytes, size_t from) {
+  size_t i = bytes.size();
+  size_t continuation = 0;
+  while (i > from && continuation < 3 &&
+         (static_cast<unsigned char>(bytes[i - 1]) & 0xC0) == 0x80) {
+    --i;
+    ++continuation;
+  }
+  if (i == from) return bytes.size();
+  auto lead = static_cast<unsigned char>(bytes[i - 1]);
+  size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 1;
+  return length > continuation + 1 ? i - 1 : bytes.size();
+}
 
 }  // namespace
 
@@ -163,6 +182,13 @@ void TBVTextFindAction::SingleSearch() {
       throw EFindReplaceException(std::string("Could not expand source file path: ") + e.what());
     }
     if (path.empty()) throw EFindReplaceException("Source file path is blank.");
+    bool count_only = replacement_mode_ == trNone && !HasBody(GetScriptByName(kFindScript)) &&
+                      !HasBody(GetScriptByName(kGroupScript));
+    if (count_only && CountInFileStream(path)) {
+      SendMatchCount();
+      CheckResult();
+      return;
+    }
     text = ReadSourceFile(path);
   }
   std::string replaced;
@@ -170,6 +196,67 @@ void TBVTextFindAction::SingleSearch() {
   SendMatchCount();
   CheckResult();
   if (replacement_mode_ != trNone) WriteResult(replaced);
+}
+
+bool TBVTextFindAction::CountInFileStream(const std::string& path) {
+  TextFileResult<TEncodingType> detected = DetectFileEncoding(path);
+  if (!detected.IsOk()) throw std::runtime_error(detected.Error().Describe());
+  TEncodingType encoding = detected.Value();
+  if (encoding != etUTF8 &&
+      (encoding != etAnsi || !platform::IsUtf8Charset(platform::LocaleCharset())))
+    return false;
+  encoding_ = encoding;
+  platform::OsResult<uint64_t> size = platform::GetFileSize(path);
+  if (!size.IsOk()) throw std::runtime_error(size.Error().Describe());
+  uint64_t total = size.Value() > 0 ? size.Value() : 1;
+  uint32_t options = roMultiLine | (case_sensitive_ ? roNone : roIgnoreCase);
+  std::unique_ptr<TRegularExpression> expression =
+      RegEx::NewRegularExpression(BuildPattern(), options);
+  // A match that might run on is held back; past the size a file may have
+  // when read whole, the search gives up.
+  std::unique_ptr<TRegExStream> stream = expression->NewStream(kMaxFileBytes);
+  int last_percent = -1;
+  auto on_match = [&](uint64_t offset, size_t /*length*/) {
+    int percent = static_cast<int>((offset + 1) * 100 / total);
+    if (percent != last_percent)
+      SendProgress("Found " + std::to_string(match_count_) + " matches", percent);
+    last_percent = percent;
+    ++match_count_;
+    if (terminated_) throw EFindReplaceException(kTerminated);
+    return match_type_ != mtFirstOnly;
+  };
+  std::string pending;  // read, not yet fed: a character cut by the block end
+  uint64_t fed = 0;
+  size_t skip = encoding == etUTF8 ? ByteOrderMark(etUTF8).size() : 0;
+  auto consume = [&](const uint8_t* data, size_t length) {
+    if (terminated_) throw EFindReplaceException(kTerminated);
+    pending.append(reinterpret_cast<const char*>(data), length);
+    size_t complete = CompleteUtf8Prefix(pending, skip);
+    std::string_view piece = std::string_view(pending).substr(skip, complete - skip);
+    size_t bad = FirstInvalidUtf8(piece);
+    if (bad != std::string_view::npos)
+      throw std::runtime_error(path + ": invalid UTF-8 at byte offset " +
+                               std::to_string(fed + skip + bad));
+    size_t nul = piece.find('\0');
+    if (nul != std::string_view::npos) {
+      throw std::runtime_error(path + ": not a text file: NUL character at byte offset " +
+                               std::to_string(fed + skip + nul));
+    }
+    stream->Feed(piece, on_match);
+    fed += complete;
+    pending.erase(0, complete);
+    skip = 0;
+  };
+  try {
+    if (platform::OsError error = platform::ReadFileInBlocks(path, consume))
+      throw std::runtime_error(error.Describe());
+    if (!pending.empty())
+      throw std::runtime_error(path + ": invalid UTF-8 at byte offset " + std::to_string(fed));
+    stream->Finish(on_match);
+  } catch (const ERegExException& e) {
+    ThrowMatchFailure(e);
+  }
+  return true;
 }
 
 void TBVTextFindAction::FileSetSearch() {
@@ -212,6 +299,13 @@ void TBVTextFindAction::FileSetSearch() {
     if (terminated_) throw EFindReplaceException(kTerminated);
   }
   if (file_set_count_all_matches_) SendMatchCount();
+}
+
+void TBVTextFindAction::ThrowMatchFailure(const ERegExException& error) const {
+  throw EFindReplaceException((match_reg_expr_
+                                   ? "A syntax error occured parsing the Regular Expression : "
+                                   : "An internal error occured parsing the input string : ") +
+                              std::string(error.what()));
 }
 
 std::string TBVTextFindAction::BuildPattern() {
@@ -293,10 +387,7 @@ void TBVTextFindAction::Search(const std::string& text, std::string* out, bool s
       match = std::move(next);
     }
   } catch (const ERegExException& e) {
-    throw EFindReplaceException((match_reg_expr_
-                                     ? "A syntax error occured parsing the Regular Expression : "
-                                     : "An internal error occured parsing the input string : ") +
-                                std::string(e.what()));
+    ThrowMatchFailure(e);
   }
   if (replacing) out->append(text, copy_from);
 }

@@ -22,6 +22,7 @@
 
 namespace brivant {
 
+class ERegExException;
 class IMatch;
 
 enum TTextFindBehaviour : uint8_t {
@@ -80,12 +81,16 @@ class TBVTextFindAction : public TCustomBVAction {
 
  private:
   void SingleSearch();
+  // Counts the matches in a UTF-8 file read block by block, so memory stays
+  // flat in its size; false when the file's encoding needs the whole read.
+  bool CountInFileStream(const std::string& path);
   void FileSetSearch();
   // Searches `text`; when replacing, the new text goes to *out. `from_file`:
   // the text is the file reader's, so already checked to be UTF-8.
   void Search(const std::string& text, std::string* out, bool single, bool from_file);
   void ActOnMatch(const IMatch& match, const std::string& text, size_t* copy_from,
                   std::string* out);
+  [[noreturn]] void ThrowMatchFailure(const ERegExException& error) const;
   std::string BuildPattern();
   std::string ReplacementText();
   void RunFindTextScript(const IMatch& match, const std::string& text, std::string* replacement);

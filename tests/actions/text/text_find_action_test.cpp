@@ -251,6 +251,35 @@ TEST_F(TextFindActionTest, BadInputFailsAndWritesNothing) {
   }
 }
 
+// Counting reads a file in blocks of half a MiB; matches, characters and
+// lookbehinds that straddle a block end count as in a whole read.
+TEST_F(TextFindActionTest, CountingAcrossBlockEndsMatchesTheWholeText) {
+  const std::string lead(512 * 1024 - 1, '-');
+  const std::tuple<std::string, const char*, TMatchType, const char*> rows[] = {
+      {lead + "XY--XY", "XY", mtAll, "Found 2 matches."},
+      {lead + "\xC3\xA9X\n\xC3\xA9X", "(?<=\xC3\xA9)X$", mtAll, "Found 2 matches."},
+      {lead + "a\r\nb" + lead + "a\nb", "a\\r?\\nb", mtFirstOnly, "Found 1 match."},
+      {"\xEF\xBB\xBF" + lead + "-\xC3\xA9", "^-+\xC3\xA9$", mtAll, "Found 1 match."},
+      {lead + "a\xC3", "a", mtAll, "invalid UTF-8 at byte offset 524288"},
+      {lead + std::string("a\0", 2), "a", mtAll, "NUL character at byte offset 524288"},
+  };
+  for (const auto& [bytes, pattern, type, message] : rows) {
+    SCOPED_TRACE(message);
+    Clear();
+    WriteBytes(Path("big.txt"), bytes);
+    Set(action_, "SourcePath", Path("big.txt"));
+    Set(action_, "SearchString", std::string(pattern));
+    Set(action_, "MatchRegExpr", true);
+    Set(action_, "MatchType", int64_t{type});
+    host_.Run(action_);
+    std::vector<std::string> lines = host_.Texts(stInfo);
+    lines.push_back(LastError());
+    EXPECT_NE(std::find_if(lines.begin(), lines.end(),
+                           [&](const std::string& line) { return line.ends_with(message); }),
+              lines.end());
+  }
+}
+
 TEST_F(TextFindActionTest, DescriptionShortensLongTexts) {
   Set(action_, "SearchString", std::string("12345678901"));
   Set(action_, "SourcePath", std::string("/a/b.txt"));
