@@ -9,6 +9,7 @@
 #include "package/string_utils.h"
 #include "platform/file_operations.h"
 #include "platform/file_reading.h"
+#include "platform/file_system.h"
 #include "platform/locale_charset.h"
 
 namespace brivant {
@@ -193,6 +194,7 @@ void TBVTextFindAction::SingleSearch() {
   }
   std::string replaced;
   Search(text, &replaced, /*single=*/true, /*from_file=*/!use_variable_);
+  std::string().swap(text);  // a large source need not stay while the output is written
   SendMatchCount();
   CheckResult();
   if (replacement_mode_ != trNone) WriteResult(replaced);
@@ -366,6 +368,7 @@ void TBVTextFindAction::Search(const std::string& text, std::string* out, bool s
   }
   offset_byte_ = offset_units_ = 0;
   out->clear();
+  if (replacing) out->reserve(text.size() + text.size() / 8);
   size_t copy_from = 0;
   int last_percent = -1;
   try {
@@ -501,7 +504,25 @@ void TBVTextFindAction::WriteFile(const std::string& path, const std::string& te
   SendMessage("Writing replaced data to file " + path, stInfo);
   // Replaced through a temporary file and a rename rather than deleted
   // first, so that a failed write keeps the old content.
-  TextFileError error = TFileWriter::SaveToFile(path, text, fwmCreateOrTruncate, encoding_);
+  bool utf8 = encoding_ == etUTF8 ||
+              (encoding_ == etAnsi && platform::IsUtf8Charset(platform::LocaleCharset()));
+  if (!utf8) {
+    TextFileError error = TFileWriter::SaveToFile(path, text, fwmCreateOrTruncate, encoding_);
+    if (error) throw std::runtime_error(error.Describe());
+    return;
+  }
+  // UTF-8 out needs no conversion; writing the text as it stands saves a
+  // copy of it, which counts for a large file.
+  size_t bad = FirstInvalidUtf8(text);
+  if (bad != std::string::npos) {
+    throw std::runtime_error(path + ": the new text is not valid UTF-8 at byte offset " +
+                             std::to_string(bad));
+  }
+  platform::OsResult<platform::AtomicFileWriter> writer = platform::AtomicFileWriter::Begin(path);
+  if (!writer.IsOk()) throw std::runtime_error(writer.Error().Describe());
+  platform::OsError error = writer.Value().Write(ByteOrderMark(encoding_));
+  if (!error) error = writer.Value().Write(text);
+  if (!error) error = writer.Value().Commit();
   if (error) throw std::runtime_error(error.Describe());
 }
 
