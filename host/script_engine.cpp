@@ -751,8 +751,11 @@ bool ScriptEngine::CanInterruptScripts() {
 Variant ScriptEngine::Run(TCustomBVAction& action, const TBVActionScript& script,
                           ScriptParameters* parameters) {
   static const ScriptParameters kNoParameters;
+  // A script that names its own time limit (Run Script) gets that one.
+  ScriptLimits limits = limits_;
+  if (script.TimeLimitMs() > 0) limits.time = std::chrono::milliseconds(script.TimeLimitMs());
   RunState state(host_, action, script, parameters != nullptr ? *parameters : kNoParameters,
-                 limits_, methods_, find_action_);
+                 limits, methods_, find_action_);
   duk_context* ctx = duk_create_heap(&Allocate, &Reallocate, &Release, &state, &OnFatalError);
   if (ctx == nullptr)
     throw EFailAction("script " + script.Name() + ": cannot create a script heap");

@@ -3,6 +3,7 @@
 // the project supplies the code; the host's engine runs it.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,11 +23,15 @@ class TBVActionScript {
   void SetCode(std::string code) { code_ = std::move(code); }
   // A script without a body is not run.
   bool HasBody() const;
+  // How long one run may take; 0 leaves it to the host's limit.
+  uint32_t TimeLimitMs() const { return time_limit_ms_; }
+  void SetTimeLimitMs(uint32_t milliseconds) { time_limit_ms_ = milliseconds; }
 
  private:
   std::string name_;
   std::vector<std::string> parameter_names_;
   std::string code_;
+  uint32_t time_limit_ms_ = 0;
 };
 
 // Parameter values of one script run, by name, in and out: a script may change

@@ -25,6 +25,8 @@
 #include "actions/iterators/file_iterator.h"
 #include "actions/iterators/folder_iterator.h"
 #include "actions/iterators/ini_file_iterator.h"
+#include "actions/iterators/list_iterator.h"
+#include "actions/iterators/read_text_file_iterator.h"
 #include "actions/process/robocopy_copy_action.h"
 #include "actions/process/robocopy_job_action.h"
 #include "actions/process/robocopy_mirror_action.h"
@@ -32,6 +34,7 @@
 #include "actions/process/robocopy_options.h"
 #include "actions/process/run_dos_cmd_action.h"
 #include "actions/process/run_program_action.h"
+#include "actions/process/script_action.h"
 #include "actions/process/xcopy_action.h"
 #include "actions/text/create_text_file_action.h"
 #include "actions/text/ini_file_action.h"
@@ -39,13 +42,17 @@
 #include "actions/text/read_text_file_action.h"
 #include "actions/text/replace_variables_action.h"
 #include "actions/text/variables_save_load_action.h"
+#include "actions/text/text_find_action.h"
+#include "actions/text/text_replace_action.h"
 #include "actions/text/write_to_text_file_action.h"
 #include "actions/values/date_time_action.h"
 #include "actions/values/random_number_action.h"
+#include "actions/values/sort_action.h"
 #include "pages/copy_tool_frames.h"
 #include "pages/file_attribute_editor.h"
 #include "pages/frames.h"
 #include "pages/property_editors.h"
+#include "pages/text_frames.h"
 
 namespace brivant {
 namespace {
@@ -84,6 +91,7 @@ void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
   action(kRegistryAndIni, ActionClassOf<TWriteIniFileAction>(), "HWRITEINI");
   // The erase action shares the write icon.
   action(kRegistryAndIni, ActionClassOf<TEraseIniFileSectionAction>(), "HWRITEINI");
+  action(kMisc, ActionClassOf<TBVScriptAction>(), "SCRIPTACTION");
   action(kFilesAndDirectories, ActionClassOf<TTouchFilesAction>(), "HTOUCHFILES");
   action(kWindowsOS, ActionClassOf<TRunProgramAction>(), "HEXECUTEPROG");
   action(kWindowsOS, ActionClassOf<TRunDosCMDAction>(), "HRUNDOS");
@@ -101,19 +109,30 @@ void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
   action(kFilesAndDirectories, ActionClassOf<TBVRobocopyMoveAction>(), "ROBOCOPYMOVE");
   action(kFilesAndDirectories, ActionClassOf<TBVRobocopyMirrorAction>(), "ROBOCOPYMIRROR");
   action(kFilesAndDirectories, ActionClassOf<TBVReadTextFileAction>(), "READTEXTFILE");
+  action(kIterators, ActionClassOf<TReadTextFileIterator>(), "READTEXTFILEITERATOR");
+  method(ActionClassOf<TReadTextFileIterator>(), kResetMethod);
   action(kIterators, ActionClassOf<TIniFileIterator>(), "INIFILEITERATOR");
   method(ActionClassOf<TIniFileIterator>(), kResetMethod);
   action(kFilesAndDirectories, ActionClassOf<TBVExtractFileVerInfoAction>(), "EXTRACTFILEINFO");
+  action(kIterators, ActionClassOf<TBVListIterator>(), "LISTITERATOR");
+  method(ActionClassOf<TBVListIterator>(), kResetMethod);
+  for (const auto& [name, separator] : {std::pair{"lsCRLF", lsCRLF}, {"lsTab", lsTab},
+                                         {"lsCharacter", lsCharacter}}) {
+    services.CoreScriptingService().RegisterScriptConstant(name, separator);
+  }
   action(kFilesAndDirectories, ActionClassOf<TBVFileCRCAction>(), "CRC32");
   action(kFilesAndDirectories, ActionClassOf<TBVFileMD5Action>(), "MD5");
+  action(kFilesAndDirectories, ActionClassOf<TTextReplaceAction>(), "TEXTREPLACE");
   action(kVariables, ActionClassOf<TBVVariablesSaveAction>(), "SAVEVARTOINI");
   action(kVariables, ActionClassOf<TBVVariablesLoadAction>(), "LOADVARFROMINI");
+  action(kMisc, ActionClassOf<TBVTextFindAction>(), "TEXTFIND");
   action(kFilesAndDirectories, ActionClassOf<TBVFileCompareAction>(), "FILECOMPARE");
   action(kVariables, ActionClassOf<TBVLogVariablesAction>(), "LOGVARIABLEVALS");
   action("File Sets", ActionClassOf<TBVFileSetCopyMoveAction>(), "FILESETCOPY");
   action(kVariables, ActionClassOf<TBVReplaceVariablesAction>(), "REPLACEVARS");
   // The random number action reuses the file-size icon.
   action(kMisc, ActionClassOf<TBVRandomNumberAction>(), "FILESIZE");
+  action(kMisc, ActionClassOf<TBVSortAction>(), "HSORT");
 }
 
 void RegisterPropertyEditors(IBVServices& services) {
@@ -198,19 +217,26 @@ void RegisterFrames(IBVServices& services) {
           pages::TRobocopyExcludeFrame(), pages::TBVRobocopyExcludeFilesFrame(),
           pages::TBVRobocopyExcludeDirFrame(), pages::TRobocopyLogOptionsFrame()});
   frames(ActionClassOf<TBVReadTextFileAction>(), {pages::TReadFileFrame()});
+  frames(ActionClassOf<TReadTextFileIterator>(), {pages::TReadTextFileIteratorFrame()});
   frames(ActionClassOf<TIniFileIterator>(), {pages::TIniFileIteratorFrame()});
   frames(ActionClassOf<TBVExtractFileVerInfoAction>(), {pages::TExtractFileVersionInfoFrame()});
+  frames(ActionClassOf<TBVListIterator>(),
+         {pages::TListIteratorFrame(), pages::TListIteratorSeparatorFrame()});
   frames(ActionClassOf<TBVFileCRCAction>(), {pages::TFileCRCFrame()});
   frames(ActionClassOf<TBVFileMD5Action>(), {pages::TFileMD5Frame()});
+  frames(ActionClassOf<TTextReplaceAction>(), {pages::TfrmTextReplace()});
   frames(ActionClassOf<TBVVariablesSaveAction>(),
          {pages::TVariablesSaveLoadForm(), pages::TVariablesSaveOptionsFrame()});
   frames(ActionClassOf<TBVVariablesLoadAction>(),
          {pages::TVariablesSaveLoadForm(), pages::TVariablesLoadOptionsFrame()});
   frames(ActionClassOf<TBVLogVariablesAction>(), {pages::TLogVarFrame()});
+  frames(ActionClassOf<TBVTextFindAction>(),
+         {pages::TTextFindFrame(), pages::TTextFindReplaceFrame(), pages::TTextFindBehaviourFrame()});
   frames(ActionClassOf<TBVFileCompareAction>(), {pages::TFileCompareFrame()});
   frames(ActionClassOf<TBVFileSetCopyMoveAction>(), {pages::TFileSetCopyMoveFrame()});
   frames(ActionClassOf<TBVReplaceVariablesAction>(), {pages::TReplaceVariablesFrame()});
   frames(ActionClassOf<TBVRandomNumberAction>(), {pages::TRandomFrame()});
+  frames(ActionClassOf<TBVSortAction>(), {pages::TSortFrame()});
 }
 
 }  // namespace

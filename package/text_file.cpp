@@ -288,6 +288,8 @@ TextFileResult<std::string> LoadAs(const std::string& path, std::string bytes,
 
 }  // namespace
 
+size_t FirstInvalidUtf8(std::string_view text) { return FindInvalidUtf8(text); }
+
 std::string TextFileError::Describe() const {
   if (path.empty()) return message;
   return path + ": " + message;

@@ -93,6 +93,11 @@ std::string_view ByteOrderMark(TEncodingType encoding);
 TextFileResult<std::string> EncodeText(const std::string& utf8, TEncodingType encoding,
                                        bool with_bom);
 
+/// Offset of the first byte of `text` that does not belong to a valid UTF-8
+/// sequence; npos when all of it is valid. A sequence cut off by the end of
+/// `text` counts as invalid.
+size_t FirstInvalidUtf8(std::string_view text);
+
 /// `bytes` in `encoding` as UTF-8. A byte-order mark is not removed (it is
 /// text to this function). Fails, naming the byte offset, on an odd number
 /// of UTF-16 bytes, an unpaired surrogate or an invalid byte sequence.

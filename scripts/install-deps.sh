@@ -4,6 +4,7 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config
   libpugixml-dev libcli11-dev libfmt-dev duktape-dev
+  libpcre2-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   zsh
 )
