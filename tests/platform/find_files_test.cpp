@@ -110,7 +110,7 @@ TEST(MatchesMask, FollowsTheWildcardRules) {
       {"abc.d", "abc.*", true},
       {"abcd", "abc.*", false},
       {"ab", "a*.*", true},
-      {"a.", "a?.*", false},  // the shortened mask is only for names without a dot
+      {"a.", "a?.*", true},  // `?` takes nothing before a dot
       {"a.b.c", "*.c", true},
       {"abc", "a?c", true},
       {"ac", "a?c", false},
@@ -124,10 +124,57 @@ TEST(MatchesMask, FollowsTheWildcardRules) {
       {"name", "name", true},
       {"name", "nam", false},
       {"name", "", false},
+      {"ab.c", "*b*.", false},  // a run before a final dot does not take the last dot
+      {"ab.c.", "*b*.", true},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.name) + " ~ " + c.mask);
     EXPECT_EQ(MatchesMask(c.name, c.mask), c.matches);
+  }
+}
+
+// What the directory search of the platform the actions were designed on
+// finds among these names, after the matches it makes through generated
+// short names (`.a` is also `A~1`), which Linux does not have, are taken out.
+TEST(MatchesMask, FindsWhatTheDirectorySearchFindsByLongNames) {
+  const char* const names[] = {"a", "aa", "aaa", "aaaa", "a.a", ".a", " .a", "a..a", "a.a.a"};
+  const std::vector<std::string> all(std::begin(names), std::end(names));
+  const struct {
+    const char* mask;
+    std::vector<std::string> found;
+  } cases[] = {
+      {"*", all},
+      {"*.*", all},
+      {"*.", {"a", "aa", "aaa", "aaaa"}},
+      {"*..", {"a", "aa", "aaa", "aaaa"}},
+      {"**.", all},
+      {"*.*.*", all},
+      {"*.*.", all},
+      {".*", {".a"}},
+      {".*.*", {".a"}},
+      {".*.", {".a"}},
+      {"*.a", {"a.a", ".a", " .a", "a..a", "a.a.a"}},
+      {"a*.", {"a", "aa", "aaa", "aaaa"}},
+      {"*aa*", {"aa", "aaa", "aaaa"}},
+      {"aa.*", {"aa"}},
+      {"a.*.a", {"a..a", "a.a.a"}},
+      {"?", {"a"}},
+      {"??.", {"a", "aa"}},
+      {"???.", {"a", "aa", "aaa"}},
+      {"?.??.", {"a", "a.a", ".a", " .a"}},
+      {"?.*", {"a", "a.a", ".a", " .a", "a..a", "a.a.a"}},
+      {"a?a", {"aaa"}},
+      {" ?a", {}},
+      {" *a", {" .a"}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.mask);
+    const FileMask mask(c.mask);
+    std::vector<std::string> found;
+    for (const std::string& name : all) {
+      if (mask.Matches(name)) found.push_back(name);
+    }
+    EXPECT_EQ(found, c.found);
   }
 }
 
@@ -152,7 +199,7 @@ TEST_F(FindFilesTest, MaskSelectsNamesAndTrailingDotStarTakesNamesWithoutADot) {
   } cases[] = {
       {"abc.*", {"abc", "abc.tar.gz", "abc.txt"}},
       {"*.txt", {"abc.txt", "x.txt"}},
-      {"abc?", {"abcd"}},
+      {"abc?", {"abc", "abcd"}},  // `?` takes nothing at the end of a name
       {"*.*", {".", "..", "abc", "abc.tar.gz", "abc.txt", "abcd", "x.txt"}},
       {"nothing*", {}},
   };
@@ -247,8 +294,9 @@ TEST_F(FindFilesTest, NameWithoutWildcardsFindsJustThatEntry) {
 }
 
 TEST_F(FindFilesTest, MissingDirectoryIsAnEmptyAnswer) {
-  for (const std::string& file_spec :
-       {PathOf("missing/*"), PathOf("missing/name"), PathOf("dir/"), std::string()}) {
+  Put("file", "");
+  for (const std::string& file_spec : {PathOf("missing/*"), PathOf("missing/name"), PathOf("dir/"),
+                                       std::string(), PathOf("file/*"), PathOf("file/name")}) {
     SCOPED_TRACE(file_spec);
     OsResult<std::vector<FoundEntry>> found = FindFiles(file_spec, kFindAnyAttribute);
     ASSERT_TRUE(found.IsOk()) << found.Error().Describe();
@@ -257,7 +305,6 @@ TEST_F(FindFilesTest, MissingDirectoryIsAnEmptyAnswer) {
 }
 
 TEST_F(FindFilesTest, UnreadableDirectoryIsAnError) {
-  Put("file", "");
   fs::create_symlink("loop", PathOf("loop"));
   const struct {
     std::string file_spec;
@@ -265,8 +312,6 @@ TEST_F(FindFilesTest, UnreadableDirectoryIsAnError) {
     const char* message;
     std::string path;
   } cases[] = {
-      {PathOf("file/*"), ENOTDIR, "Not a directory", PathOf("file")},
-      {PathOf("file/name"), ENOTDIR, "Not a directory", PathOf("file")},
       {PathOf("loop/*"), ELOOP, "Too many levels of symbolic links", PathOf("loop")},
   };
   for (const auto& c : cases) {
