@@ -1,6 +1,8 @@
 #include "platform/file_mask.h"
 
+#include <algorithm>
 #include <array>
+#include <utility>
 
 namespace brivant::platform {
 namespace {
@@ -113,8 +115,9 @@ bool FileMask::MatchesOneStarAtATime(std::string_view name, size_t last_dot) con
 // taking a character where those match nothing.
 bool FileMask::MatchesAllWays(std::string_view name, size_t last_dot) const {
   const size_t count = tokens_.size();
-  std::array<bool, kMaxNameLength + 1> reached{};
-  std::array<bool, kMaxNameLength + 1> next{};
+  std::array<bool, kMaxNameLength + 1> places[2] = {};
+  bool* reached = places[0].data();
+  bool* next = places[1].data();
   reached[0] = true;
   for (size_t at = 0;; ++at) {
     const bool at_end = at == name.size();
@@ -130,7 +133,7 @@ bool FileMask::MatchesAllWays(std::string_view name, size_t last_dot) const {
     if (at_end) return reached[count];
     const char c = name[at];
     bool any = false;
-    next.fill(false);
+    std::fill(next, next + count + 1, false);
     for (size_t token = 0; token < count; ++token) {
       if (!reached[token]) continue;
       const Token& current = tokens_[token];
@@ -154,7 +157,7 @@ bool FileMask::MatchesAllWays(std::string_view name, size_t last_dot) const {
       any = any || next[token] || next[token + 1];
     }
     if (!any) return false;
-    reached = next;
+    std::swap(reached, next);
   }
 }
 
