@@ -11,38 +11,14 @@
 #include <thread>
 #include <utility>
 
+#include "platform/file_mask.h"
+
 namespace brivant::platform {
 namespace {
 
 // The bits that hide an entry from a search whose mask lacks them.
 constexpr uint32_t kExcludingBits =
     kFileAttributeHidden | kFileAttributeSystem | kFileAttributeVolume | kFileAttributeDirectory;
-
-// `*` and `?` without the trailing-".*" rule. Backtracking only to the last
-// star keeps this linear for the masks people write.
-bool MatchesPlainMask(std::string_view name, std::string_view mask) {
-  size_t at_name = 0;
-  size_t at_mask = 0;
-  size_t star = std::string_view::npos;
-  size_t star_name = 0;
-  while (at_name < name.size()) {
-    if (at_mask < mask.size() && mask[at_mask] == '*') {
-      star = at_mask++;
-      star_name = at_name;
-      continue;
-    }
-    if (at_mask < mask.size() && (mask[at_mask] == '?' || mask[at_mask] == name[at_name])) {
-      ++at_name;
-      ++at_mask;
-      continue;
-    }
-    if (star == std::string_view::npos) return false;
-    at_mask = star + 1;
-    at_name = ++star_name;
-  }
-  while (at_mask < mask.size() && mask[at_mask] == '*') ++at_mask;
-  return at_mask == mask.size();
-}
 
 int64_t Nanoseconds(const struct timespec& time) {
   return static_cast<int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
@@ -168,8 +144,8 @@ OsResult<std::vector<FoundEntry>> FindOne(const std::string& file_spec,
   entry.name = name;
   bool needs_word = false;
   int error = describer->Describe(AT_FDCWD, entry.name.c_str(), &entry, &needs_word);
-  if (error == ENOENT) return found;
-  if (error == ENOTDIR || error == EACCES) return OsError::FromCode(error, directory);
+  if (error == ENOENT || error == ENOTDIR) return found;
+  if (error == EACCES) return OsError::FromCode(error, directory);
   if (error != 0) return OsError::FromCode(error, file_spec);
   if (needs_word) describer->AddWordByPath(&entry);
   if (describer->Admits(entry)) found.push_back(std::move(entry));
@@ -177,16 +153,15 @@ OsResult<std::vector<FoundEntry>> FindOne(const std::string& file_spec,
 }
 
 // The names of `directory` that match `mask`, or the error of reading it.
-// A directory that does not exist has none.
+// A directory that does not exist, or a file in its place, has none.
 // With `kinds`, each name's kind as the directory reports it (d_type) goes
 // there, one per entry.
 OsResult<std::vector<FoundEntry>> ReadMatchingNames(const std::string& directory,
-                                                    std::string_view mask,
-                                                    DirectoryStream* stream,
+                                                    const FileMask& mask, DirectoryStream* stream,
                                                     std::vector<unsigned char>* kinds) {
   std::vector<FoundEntry> found;
   int fd = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd < 0 && errno == ENOENT) return found;
+  if (fd < 0 && (errno == ENOENT || errno == ENOTDIR)) return found;
   if (fd < 0) return OsError::FromCode(errno, directory);
   *stream = DirectoryStream(fd);
   if (stream->Get() == nullptr) return OsError::FromCode(errno, directory);
@@ -197,7 +172,7 @@ OsResult<std::vector<FoundEntry>> ReadMatchingNames(const std::string& directory
       if (errno != 0) return OsError::FromCode(errno, directory);
       return found;
     }
-    if (!MatchesMask(item->d_name, mask)) continue;
+    if (!mask.Matches(item->d_name)) continue;
     found.emplace_back().name = item->d_name;
     if (kinds != nullptr) kinds->push_back(item->d_type);
   }
@@ -301,7 +276,7 @@ OsResult<std::vector<FoundEntry>> FindMatching(const std::string& directory, std
   std::vector<unsigned char> kinds;
   std::vector<unsigned char>* kinds_wanted = kinds_from_directory ? &kinds : nullptr;
   OsResult<std::vector<FoundEntry>> names =
-      ReadMatchingNames(directory, mask, &stream, kinds_wanted);
+      ReadMatchingNames(directory, FileMask(mask), &stream, kinds_wanted);
   if (!names.IsOk() || names.Value().empty()) return names;
   std::vector<FoundEntry> found = std::move(names).Value();
   if (OsError error =
@@ -317,17 +292,6 @@ OsResult<std::vector<FoundEntry>> FindMatching(const std::string& directory, std
 }
 
 }  // namespace
-
-bool MatchesMask(std::string_view name, std::string_view mask) {
-  if (MatchesPlainMask(name, mask)) return true;
-  bool dotted_star = mask.size() >= 2 && mask.substr(mask.size() - 2) == ".*";
-  if (!dotted_star || name.find('.') != std::string_view::npos) return false;
-  return MatchesPlainMask(name, mask.substr(0, mask.size() - 2));
-}
-
-bool HasWildcards(std::string_view text) {
-  return text.find_first_of("*?") != std::string_view::npos;
-}
 
 OsResult<std::vector<FoundEntry>> FindFiles(const std::string& file_spec, uint32_t attribute_mask,
                                             FindDetail detail, AttributeWordReader* reader) {

@@ -1,8 +1,8 @@
 // Directory search with the semantics the file actions were designed
-// against: a file specification is a directory plus a mask in its last component;
-// `*` matches any run of characters, `?` exactly one, `*.*` every name, and a
-// mask ending in `.*` also matches names without a dot. Matching is
-// case-sensitive, as Linux file systems are.
+// against: a file specification is a directory plus a mask in its last
+// component, matched by the rules of file_mask.h (`*.` finds the names
+// without a dot, `?` never takes a dot, ...). Matching is case-sensitive, as
+// Linux file systems are.
 //
 // Entries of one directory come sorted by name (byte order), so logs are the
 // same from run to run. "." and ".." are reported, as directories, when the
@@ -20,6 +20,7 @@
 
 #include "platform/attribute_word_reader.h"
 #include "platform/file_attributes.h"
+#include "platform/file_mask.h"
 #include "platform/file_system.h"
 
 namespace brivant::platform {
@@ -59,10 +60,11 @@ inline constexpr uint32_t kFindAnyAttribute = 0x1FF;
 
 /// The entries of the file specification's directory (the part before the last
 /// '/', "." when there is none) whose names match its mask and pass the
-/// attribute mask. A directory that does not exist, or a file specification whose
-/// name matches nothing, gives an empty list, not an error: "nothing found"
-/// is an answer. Errors are for directories that exist but cannot be read
-/// (ENOTDIR, EACCES, ELOOP), naming the directory. A name without wildcards
+/// attribute mask. A directory that does not exist, a file where the directory
+/// should be ("file.txt/*"), or a file specification whose name matches
+/// nothing gives an empty list, not an error: "nothing found" is an answer.
+/// Errors are for directories that exist but cannot be read (EACCES, ELOOP),
+/// naming the directory. A name without wildcards
 /// is looked up directly, without reading the directory. Safe to call from
 /// several threads; a large directory is described by a few threads of its
 /// own. With a `reader` (one for all the searches of a tree walk) the DOS
@@ -72,11 +74,5 @@ inline constexpr uint32_t kFindAnyAttribute = 0x1FF;
                                                           uint32_t attribute_mask,
                                                           FindDetail detail = FindDetail::kFull,
                                                           AttributeWordReader* reader = nullptr);
-
-/// Whether `name` matches `mask` by the rules above.
-bool MatchesMask(std::string_view name, std::string_view mask);
-
-/// True when the text holds '*' or '?'.
-bool HasWildcards(std::string_view text);
 
 }  // namespace brivant::platform

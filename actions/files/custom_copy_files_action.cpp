@@ -1,6 +1,7 @@
 #include "actions/files/custom_copy_files_action.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <vector>
 
@@ -128,6 +129,7 @@ bool TCustomCopyFilesAction::Execute() {
   if (!TryExpandExpression("Target File Spec", target_, target, true)) return false;
   source = Trim(source);
   target = Trim(target);
+  target_has_wildcards_ = platform::HasWildcards(target);
   SendMessage(VerbTrans() + " files: " + source + " -> " + target, stInfo);
   if (target.empty()) {
     // Joined with a file name, an empty target would name the root directory.
@@ -185,6 +187,12 @@ bool TCustomCopyFilesAction::DoRecursiveCopyMove(const std::string& spec, const 
     if (entry.IsDirectory()) continue;
     const std::string source = directory + entry.name;
     const std::string destination = target_is_dir_ ? target_directory + "/" + entry.name : target;
+    // A wildcard in the target can only name a search, never a file to
+    // create: refused before any directory is made or file touched.
+    if (target_has_wildcards_)
+      return FailFile(source, destination,
+                      kWin32Error + platform::OsError::FromCode(EINVAL, destination).message +
+                          " (the target name holds * or ?)");
     const std::string destination_directory = ExtractFilePath(destination);
     // Every file of a directory goes to the same place: create it once.
     if (force_ && !destination_directory.empty() &&
@@ -209,6 +217,8 @@ void TCustomCopyFilesAction::CopySubdirectories(const std::string& directory,
   const std::string listed = directory.empty() ? "." : directory;
   platform::OsResult<std::vector<platform::DirectoryEntry>> found =
       platform::ListDirectory(listed);
+  // No directory there, or a file in its place, has no subdirectories.
+  if (!found.IsOk() && (found.Error().code == ENOENT || found.Error().code == ENOTDIR)) return;
   if (!found.IsOk()) {
     CloseFileGroup();
     SendMessage("could not search " + directory + "*: " + found.Error().message, stError);

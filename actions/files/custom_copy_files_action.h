@@ -97,6 +97,8 @@ class TCustomCopyFilesAction : public TBVAction {
   int last_percent_ = 0;
   std::atomic<bool> cancel_{false};
   bool group_open_ = false;
+  // The expanded Target of this run names no file: every file fails.
+  bool target_has_wildcards_ = false;
 };
 
 }  // namespace brivant

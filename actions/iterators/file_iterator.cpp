@@ -201,13 +201,14 @@ void TCustomFileIterator::SearchFiles(const std::string& file_spec,
   // One listing serves both the files and the subdirectories when the mask
   // has wildcards; a plain name is looked up directly.
   const bool one_listing = recurse_ && platform::HasWildcards(mask);
+  const platform::FileMask name_mask(one_listing ? mask : std::string());
   const std::vector<platform::FoundEntry> entries =
       one_listing
           ? Search(directory + "*", file_mask | platform::kFileAttributeDirectory, detail, reader)
           : Search(file_spec, file_mask, detail, reader);
   for (const platform::FoundEntry& entry : entries) {
     if (IsStopping()) return;
-    if (entry.IsDirectory() || (one_listing && !platform::MatchesMask(entry.name, mask))) continue;
+    if (entry.IsDirectory() || (one_listing && !name_mask.Matches(entry.name))) continue;
     AddFound(directory, entry.name, strict_extension);
   }
   if (!recurse_) return;
