@@ -13,6 +13,7 @@
 #include "package/exceptions.h"
 #include "package/file_set_base_action.h"
 #include "platform/environment.h"
+#include "platform/process_tree.h"
 #include "platform/signals.h"
 #include "platform/terminal.h"
 
@@ -22,6 +23,11 @@ namespace {
 constexpr const char kDosCommandVariable[] = "DOSCMD";
 constexpr const char kDefaultDosCommand[] = "/bin/sh";
 constexpr const char kStopMessage[] = "build stopped on request";
+// How long the programs still running after a stopped build have to end
+// after SIGTERM, and how long a second Ctrl-C waits for an event being
+// logged before it writes build-end.
+constexpr std::chrono::milliseconds kStopGrace{2000};
+constexpr std::chrono::milliseconds kQuitLogWait{500};
 
 std::string Lowercase(std::string text) {
   for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -378,18 +384,33 @@ int RunProject(Project& project, const RunOptions& options) {
   style.color = options.color && terminal && !IsColorOptedOut();
   style.live_progress = terminal;
   style.columns = platform::StandardOutputColumns();
-  std::unique_ptr<LogSink> sink = MakeLogSink(options.format, std::cout, style);
-  BuildRunner runner(project, *sink, options.defines);
+  std::unique_ptr<LogSink> format_sink = MakeLogSink(options.format, std::cout, style);
+  ClosableLogSink sink(*format_sink);
+  BuildRunner runner(project, sink, options.defines);
   runner.SetScriptMethods(options.script_methods);
 
+  // Orphans of the build's programs then stay ours to find and end.
+  if (platform::OsError error = platform::BecomeChildSubreaper()) {
+    std::cerr << "warning: programs that leave their parent may outlive a stopped build: "
+              << error.Describe() << '\n';
+  }
   // Declared after the runner, so it is gone before the runner is.
-  auto watcher = platform::StopSignalWatcher::Start([&runner] { runner.RequestStop(); });
+  auto watcher = platform::StopSignalWatcher::Start(
+      [&runner] { runner.RequestStop(); },
+      [&sink] {
+        platform::EndAllDescendants(std::chrono::milliseconds(0));
+        sink.EndFromOutside(kQuitLogWait);
+      });
   if (!watcher.IsOk()) {
     // stdout carries only the log; the build can still run, just not stop cleanly.
     std::cerr << "warning: Ctrl-C will end the build abruptly: " << watcher.Error().Describe()
               << '\n';
   }
-  return runner.Run() ? 0 : 1;
+  bool success = runner.Run();
+  // A stopped build leaves nothing of its own running, also not what was
+  // started without waiting.
+  if (runner.IsStopSignalled()) platform::EndAllDescendants(kStopGrace);
+  return success ? 0 : 1;
 }
 
 }  // namespace brivant::host

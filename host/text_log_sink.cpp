@@ -76,6 +76,7 @@ void TextLogSink::Emit() {
   EraseProgress();
   line_.push_back('\n');
   out_.write(line_.data(), static_cast<std::streamsize>(line_.size()));
+  out_.flush();
   line_.clear();
 }
 
