@@ -309,11 +309,14 @@ void ReapAdoptedOrphans() {
 class ChildProcess {
  public:
   explicit ChildProcess(int pid)
-      : pid_(pid), pid_fd_(OpenPidFd(pid)), group_slot_(ListRunningGroup(pid)) {}
+      : pid_(pid), pid_fd_(OpenPidFd(pid)), group_slot_(ListRunningGroup(pid)) {
+    GuardProcessGroup(pid);
+  }
   ~ChildProcess() {
     if (reaped_) return;
     SignalAll(SIGKILL);
     UnlistRunningGroup(group_slot_);
+    UnguardProcessGroup(pid_);
     ReapBlocking(pid_);
   }
   ChildProcess(const ChildProcess&) = delete;
@@ -349,6 +352,7 @@ class ChildProcess {
   int Reap() {
     reaped_ = true;
     UnlistRunningGroup(group_slot_);
+    UnguardProcessGroup(pid_);
     return ReapBlocking(pid_);
   }
 

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,6 +24,13 @@ namespace {
 using std::chrono::milliseconds;
 
 std::atomic<bool> g_is_subreaper{false};
+// Our end of the connection to the guard process, and its pid; -1 and 0
+// without one.
+std::atomic<int> g_guard_fd{-1};
+std::atomic<int> g_guard_pid{0};
+// The guard keeps a fixed table: it may not allocate (it was forked from a
+// process that may have threads) and few programs run at once.
+constexpr int kGuardSlots = 256;
 
 struct ProcessEntry {
   int pid = 0;
@@ -90,13 +98,73 @@ std::vector<int> Below(const std::vector<ProcessEntry>& entries, std::vector<int
 // Live descendants of this process; zombies run no more and need no signal.
 std::vector<int> LiveDescendants() {
   std::vector<ProcessEntry> entries = ListProcesses();
-  std::vector<int> below = Below(entries, {static_cast<int>(::getpid())}, {});
+  std::vector<int> below = Below(entries, {static_cast<int>(::getpid())}, {g_guard_pid.load()});
   std::erase_if(below, [&](int pid) {
     auto entry = std::find_if(entries.begin(), entries.end(),
                               [pid](const ProcessEntry& e) { return e.pid == pid; });
     return entry == entries.end() || entry->zombie;
   });
   return below;
+}
+
+// The guard outlives us by design: when our end of the connection closes
+// (we exited or were killed), it SIGKILLs the process groups still listed,
+// that is, those of the programs we had not yet reaped. It ignores the
+// signals a terminal or a supervisor sends to our whole group, so that it
+// stays to do its work. Only async-signal-safe calls here.
+[[noreturn]] void RunGuard(int fd) {
+  struct sigaction ignore = {};
+  ignore.sa_handler = SIG_IGN;
+  for (int signal_number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE})
+    ::sigaction(signal_number, &ignore, nullptr);
+  // Holding our standard output open would keep a reader of it waiting.
+  for (int other = 0; other < 1024; ++other) {
+    if (other != fd) ::close(other);
+  }
+  int groups[kGuardSlots] = {};
+  for (;;) {
+    int32_t record = 0;
+    ssize_t got = ::read(fd, &record, sizeof record);
+    if (got < 0 && errno == EINTR) continue;
+    if (got != static_cast<ssize_t>(sizeof record)) break;
+    int wanted = record > 0 ? 0 : -record;  // a free slot, or the one to clear
+    int value = record > 0 ? record : 0;
+    for (int& slot : groups) {
+      if (slot == wanted) {
+        slot = value;
+        break;
+      }
+    }
+  }
+  for (int group : groups) {
+    if (group > 0) ::kill(-group, SIGKILL);
+  }
+  ::_exit(0);
+}
+
+OsError StartGuard() {
+  int ends[2];
+  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+    return OsError::FromCode(errno, "");
+  int pid = ::fork();
+  if (pid < 0) {
+    int error = errno;
+    ::close(ends[0]);
+    ::close(ends[1]);
+    return OsError::FromCode(error, "");
+  }
+  if (pid == 0) RunGuard(ends[1]);
+  ::close(ends[1]);
+  g_guard_pid = pid;
+  g_guard_fd = ends[0];
+  return {};
+}
+
+void TellGuard(int32_t record) {
+  int fd = g_guard_fd.load();
+  if (fd < 0) return;
+  // A guard that is gone must not take us with it (SIGPIPE).
+  [[maybe_unused]] ssize_t sent = ::send(fd, &record, sizeof record, MSG_NOSIGNAL);
 }
 
 // Reaps the children of this process that have ended, whoever started
@@ -112,8 +180,12 @@ void ReapEndedChildren() {
 OsError BecomeChildSubreaper() {
   if (::prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0) != 0) return OsError::FromCode(errno, "");
   g_is_subreaper = true;
-  return {};
+  return StartGuard();
 }
+
+void GuardProcessGroup(int group) { TellGuard(group); }
+
+void UnguardProcessGroup(int group) { TellGuard(-group); }
 
 bool IsChildSubreaper() { return g_is_subreaper.load(); }
 

@@ -20,7 +20,18 @@ namespace brivant::platform {
 /// (PR_SET_CHILD_SUBREAPER): a process whose parent ends is re-parented to
 /// us instead of to init, so it stays a descendant that can be found and
 /// ended. RunProcessAndWait then also reaps such orphans when they end.
+///
+/// Also starts a guard process, which SIGKILLs the process groups of the
+/// programs RunProcessAndWait is running should this process end without
+/// reaping them (a SIGKILL): the parent-death signal reaches only the
+/// programs themselves. Call it once, early, before programs run.
 [[nodiscard]] OsError BecomeChildSubreaper();
+
+/// Lists and unlists a program's process group with the guard; nothing
+/// without one. The group must be listed before its leader can end and
+/// unlisted before the leader is reaped, so its id is never a stranger's.
+void GuardProcessGroup(int group);
+void UnguardProcessGroup(int group);
 
 /// True once BecomeChildSubreaper succeeded.
 bool IsChildSubreaper();
