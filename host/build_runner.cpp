@@ -69,7 +69,7 @@ BuildRunner::BuildRunner(Project& project, LogSink& sink, const Defines& defines
       sink_(sink),
       default_options_store_(OptionsFilePath()),
       options_store_(&default_options_store_),
-      script_engine_(*this) {
+      script_engine_(*this, ScriptLimits{project.script_timeout}) {
   for (const ProjectVariable& variable : project.variables)
     variables_.Set(variable.name, variable.value);
   for (const FileSetDefinition& definition : project.file_sets) {
@@ -368,8 +368,9 @@ void BuildRunner::GetVariablesList(TStrings* names, bool include_system) {
 }
 
 Variant BuildRunner::ExecuteScript(TCustomBVAction& action, const TBVActionScript& script,
-                                   ScriptParameters* parameters) {
-  return script_engine_.Run(action, script, parameters);
+                                   ScriptParameters* parameters,
+                                   std::chrono::milliseconds timeout) {
+  return script_engine_.Run(action, script, parameters, timeout);
 }
 
 ProcessOutcome BuildRunner::RunProcess(const ProcessRequest& request, const ProcessEvents& events) {

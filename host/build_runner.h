@@ -110,7 +110,7 @@ class BuildRunner final : public IBVActionHost {
   IBVProjectObjectService* GetProjectObjectService() override { return &objects_; }
   IBVOptionsStore* GetOptionsStore() override { return options_store_; }
   Variant ExecuteScript(TCustomBVAction& action, const TBVActionScript& script,
-                        ScriptParameters* parameters) override;
+                        ScriptParameters* parameters, std::chrono::milliseconds timeout) override;
   ProcessOutcome RunProcess(const ProcessRequest& request, const ProcessEvents& events) override;
 
  private:

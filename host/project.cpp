@@ -28,7 +28,10 @@ constexpr uint64_t kMaxProjectBytes = uint64_t{64} << 20;
 
 using Names = std::vector<std::string_view>;
 
+const Names kProjectAttributes = {"ScriptTimeout"};
 const Names kProjectChildren = {"Variables", "FileSets", "Actions"};
+// Seconds; the upper end keeps the time-out in range of any clock.
+constexpr int32_t kMaxScriptTimeoutSeconds = 24 * 60 * 60 * 365;
 const Names kVariableAttributes = {"Name", "Type", "Value"};
 const Names kFileSetAttributes = {"Name", "BaseDir"};
 const Names kFileSetChildren = {"Include", "Exclude"};
@@ -111,7 +114,8 @@ class ProjectReader {
     if (std::string_view(root.name()) != "Project")
       return Fail(root,
                   "the root element is <" + std::string(root.name()) + ">, expected <Project>");
-    if (!CheckAttributes(root, kNothing)) return false;
+    if (!CheckAttributes(root, kProjectAttributes)) return false;
+    if (!ReadScriptTimeout(root, &project->script_timeout)) return false;
     std::vector<std::pair<std::string_view, int>> sections_seen;
     for (const pugi::xml_node& child : root.children()) {
       if (!CheckChild(root, child, kProjectChildren)) return false;
@@ -134,6 +138,19 @@ class ProjectReader {
 
  private:
   static bool IsElement(const pugi::xml_node& node) { return node.type() == pugi::node_element; }
+
+  bool ReadScriptTimeout(const pugi::xml_node& root, std::chrono::milliseconds* timeout) {
+    pugi::xml_attribute attribute = root.attribute("ScriptTimeout");
+    if (!attribute) return true;
+    int32_t seconds = 0;
+    if (!TryStrToInt(attribute.value(), &seconds) || seconds < 1 ||
+        seconds > kMaxScriptTimeoutSeconds)
+      return Fail(root, "ScriptTimeout must be a whole number of seconds from 1 to " +
+                            std::to_string(kMaxScriptTimeoutSeconds) + ", got '" +
+                            attribute.value() + "'");
+    *timeout = std::chrono::seconds(seconds);
+    return true;
+  }
 
   int LineOf(const pugi::xml_node& node) const { return LineAt(node.offset_debug()); }
 
@@ -487,11 +504,6 @@ bool LoadProject(const std::string& path, const ActionRegistry& registry, Projec
   }
   const std::string& text = content.Value();
   ProjectReader reader(path, text, registry, error);
-  // The parser takes any byte; a broken one would reach titles, files and
-  // the log unnoticed.
-  if (size_t bad = FindInvalidUtf8(text); bad != std::string_view::npos)
-    return reader.FailAt(reader.LineAt(static_cast<ptrdiff_t>(bad)),
-                         "invalid UTF-8 (byte " + HexByte(text[bad]) + ")");
 
   pugi::xml_document document;
   pugi::xml_parse_result parsed =
@@ -503,6 +515,11 @@ bool LoadProject(const std::string& path, const ActionRegistry& registry, Projec
   // parsed text when nothing had to be converted.
   if (parsed.encoding != pugi::encoding_utf8)
     return reader.FailAt(1, "project files must be UTF-8");
+  // The parser takes any byte; a broken one would reach titles, files and
+  // the log unnoticed.
+  if (size_t bad = FindInvalidUtf8(text); bad != std::string_view::npos)
+    return reader.FailAt(reader.LineAt(static_cast<ptrdiff_t>(bad)),
+                         "invalid UTF-8 (byte " + HexByte(text[bad]) + ")");
 
   Project loaded;
   loaded.path = path;

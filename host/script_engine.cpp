@@ -749,10 +749,12 @@ bool ScriptEngine::CanInterruptScripts() {
 }
 
 Variant ScriptEngine::Run(TCustomBVAction& action, const TBVActionScript& script,
-                          ScriptParameters* parameters) {
+                          ScriptParameters* parameters, std::chrono::milliseconds timeout) {
   static const ScriptParameters kNoParameters;
-  RunState state(host_, action, script, parameters != nullptr ? *parameters : kNoParameters,
-                 limits_, methods_, find_action_);
+  ScriptLimits limits = limits_;
+  if (timeout > std::chrono::milliseconds(0)) limits.time = timeout;
+  RunState state(host_, action, script, parameters != nullptr ? *parameters : kNoParameters, limits,
+                 methods_, find_action_);
   duk_context* ctx = duk_create_heap(&Allocate, &Reallocate, &Release, &state, &OnFatalError);
   if (ctx == nullptr)
     throw EFailAction("script " + script.Name() + ": cannot create a script heap");
