@@ -376,7 +376,31 @@ Variant BuildRunner::ExecuteScript(TCustomBVAction& action, const TBVActionScrip
 ProcessOutcome BuildRunner::RunProcess(const ProcessRequest& request, const ProcessEvents& events) {
   // The program may write to our stdout; what we logged must come first.
   sink_.Flush();
-  return host::RunProcess(request, events);
+  // The lines of one read are logged with one write, flushed before the
+  // runner waits again.
+  class FlushHold {
+   public:
+    explicit FlushHold(LogSink& sink) : sink_(sink) {}
+    ~FlushHold() { Release(); }
+    void Hold() {
+      if (!held_) sink_.HoldFlushes(true);
+      held_ = true;
+    }
+    void Release() {
+      if (held_) sink_.HoldFlushes(false);
+      held_ = false;
+    }
+
+   private:
+    LogSink& sink_;
+    bool held_ = false;
+  } hold(sink_);
+  ProcessEvents held_events = events;
+  held_events.output_line = [&](const std::string& line) {
+    hold.Hold();
+    if (events.output_line) events.output_line(line);
+  };
+  return host::RunProcess(request, held_events, [&hold] { hold.Release(); });
 }
 
 int RunProject(Project& project, const RunOptions& options) {

@@ -91,7 +91,7 @@ void JsonLogSink::AddRaw(std::string_view key, std::string_view json_value) {
 void JsonLogSink::End() {
   line_.append("}\n");
   out_.write(line_.data(), static_cast<std::streamsize>(line_.size()));
-  out_.flush();
+  if (!FlushesHeld()) out_.flush();
 }
 
 void JsonLogSink::ActionStart(std::string_view class_name, std::string_view title,

@@ -61,6 +61,10 @@ void ClosableLogSink::Flush() {
   Forward([&] { inner_.Flush(); });
 }
 
+void ClosableLogSink::HoldFlushes(bool hold) {
+  Forward([&] { inner_.HoldFlushes(hold); });
+}
+
 bool ClosableLogSink::EndFromOutside(std::chrono::milliseconds wait) {
   std::unique_lock<std::timed_mutex> lock(mutex_, wait);
   if (!lock.owns_lock()) return false;

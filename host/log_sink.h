@@ -49,6 +49,21 @@ class LogSink {
                                std::string_view message) = 0;
   virtual void BuildEnd(bool success) = 0;
   virtual void Flush() = 0;
+
+  // While held, events are written but not flushed; releasing flushes. The
+  // runner holds them while it logs the lines of one read of a program's
+  // output, so that a burst of lines costs one write and nothing waits in
+  // the buffer while the runner waits.
+  virtual void HoldFlushes(bool hold) {
+    flushes_held_ = hold;
+    if (!hold) Flush();
+  }
+
+ protected:
+  bool FlushesHeld() const { return flushes_held_; }
+
+ private:
+  bool flushes_held_ = false;
 };
 
 // Forwards every event to another sink under a lock, so that a second thread
@@ -72,6 +87,7 @@ class ClosableLogSink final : public LogSink {
                        std::string_view message) override;
   void BuildEnd(bool success) override;
   void Flush() override;
+  void HoldFlushes(bool hold) override;
 
   // For any thread: ends the log with a failed build-end unless it has
   // ended. Waits at most `wait` for an event being written (a reader that

@@ -76,8 +76,11 @@ void TextLogSink::Emit() {
   EraseProgress();
   line_.push_back('\n');
   out_.write(line_.data(), static_cast<std::streamsize>(line_.size()));
-  out_.flush();
   line_.clear();
+}
+
+void TextLogSink::EndEvent() {
+  if (!FlushesHeld()) out_.flush();
 }
 
 void TextLogSink::EraseProgress() {
@@ -147,6 +150,7 @@ void TextLogSink::ActionStart(std::string_view /*class_name*/, std::string_view 
   AppendColored(kBold, title);
   Emit();
   ++level_;
+  EndEvent();
 }
 
 void TextLogSink::ActionEnd(std::string_view /*class_name*/, std::string_view title, bool success,
@@ -157,9 +161,13 @@ void TextLogSink::ActionEnd(std::string_view /*class_name*/, std::string_view ti
     WriteStatusLines(failure_ignored ? stWarning : stError, text);
   }
   level_ = std::max(level_ - 1, 0);
+  EndEvent();
 }
 
-void TextLogSink::Message(TStatusTag tag, std::string_view text) { WriteStatusLines(tag, text); }
+void TextLogSink::Message(TStatusTag tag, std::string_view text) {
+  WriteStatusLines(tag, text);
+  EndEvent();
+}
 
 void TextLogSink::GroupStart(std::string_view title) {
   ++group_depth_;
@@ -174,6 +182,7 @@ void TextLogSink::GroupStart(std::string_view title) {
     Emit();
   }
   ++level_;
+  EndEvent();
 }
 
 void TextLogSink::GroupEnd(TStatusTag /*tag*/) {
@@ -185,6 +194,7 @@ void TextLogSink::GroupEnd(TStatusTag /*tag*/) {
   }
   --group_depth_;
   level_ = std::max(level_ - 1, 0);
+  EndEvent();
 }
 
 void TextLogSink::Progress(std::string_view text, int percent) {
@@ -223,6 +233,7 @@ void TextLogSink::ValidationError(std::string_view title, std::string_view prope
   }
   text.append(message);
   WriteStatusLines(stError, text);
+  EndEvent();
 }
 
 void TextLogSink::BuildEnd(bool success) {
@@ -232,6 +243,7 @@ void TextLogSink::BuildEnd(bool success) {
   } else {
     WriteStatusLines(stError, "build failed");
   }
+  EndEvent();
 }
 
 void TextLogSink::Flush() {

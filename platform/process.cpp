@@ -400,8 +400,8 @@ class LineSplitter {
 // waits on a writer that is still alive.
 class OutputReader {
  public:
-  OutputReader(UniqueFd fd, const std::function<void(const std::string&)>& on_line)
-      : fd_(std::move(fd)), lines_(on_line) {
+  OutputReader(UniqueFd fd, const ProcessWatch& watch)
+      : fd_(std::move(fd)), lines_(watch.on_line), on_lines_delivered_(watch.on_lines_delivered) {
     if (!fd_.IsOpen()) return;
     ::fcntl(fd_.Get(), F_SETFL, ::fcntl(fd_.Get(), F_GETFL) | O_NONBLOCK);
     int capacity = ::fcntl(fd_.Get(), F_GETPIPE_SZ);
@@ -422,6 +422,7 @@ class OutputReader {
     } while (got < 0 && errno == EINTR);
     if (got > 0) {
       lines_.Feed(std::string_view(buffer, static_cast<size_t>(got)));
+      if (on_lines_delivered_) on_lines_delivered_();
       return static_cast<size_t>(got);
     }
     if (got < 0 && errno == EAGAIN) return 0;
@@ -442,11 +443,13 @@ class OutputReader {
     }
     fd_.Reset();
     lines_.Finish();
+    if (on_lines_delivered_) on_lines_delivered_();
   }
 
  private:
   UniqueFd fd_;
   LineSplitter lines_;
+  const std::function<void()>& on_lines_delivered_;
   size_t pipe_capacity_ = 1024 * 1024;  // the usual upper limit, when the kernel cannot say
 };
 
@@ -531,7 +534,7 @@ OsResult<ProcessExit> RunProcessAndWait(const ProcessLaunch& launch, const Proce
   OsResult<int> pid = Spawn(launch, /*die_with_parent=*/true, &output_read);
   if (!pid.IsOk()) return pid.Error();
   ChildProcess child(pid.Value());
-  OutputReader output(std::move(output_read), watch.on_line);
+  OutputReader output(std::move(output_read), watch);
   if (watch.on_started) watch.on_started(child.Pid());
 
   std::optional<ProcessEnd> ended_by = Supervise(child, output, watch);

@@ -67,6 +67,9 @@ struct ProcessWatch {
   /// the line break and without a '\r' before it. A last line without a
   /// line break is delivered too; an empty line is delivered as "".
   std::function<void(const std::string& line)> on_line;
+  /// Called after the lines of one read have been delivered, before the
+  /// next wait: a caller that buffers what on_line produces flushes it here.
+  std::function<void()> on_lines_delivered;
   /// Zero: no time-out.
   std::chrono::milliseconds timeout{0};
   /// Polled at least every 50 ms; true ends the process group.
