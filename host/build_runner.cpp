@@ -13,6 +13,7 @@
 #include "package/exceptions.h"
 #include "package/file_set_base_action.h"
 #include "platform/environment.h"
+#include "platform/process_tree.h"
 #include "platform/signals.h"
 #include "platform/terminal.h"
 
@@ -22,6 +23,11 @@ namespace {
 constexpr const char kDosCommandVariable[] = "DOSCMD";
 constexpr const char kDefaultDosCommand[] = "/bin/sh";
 constexpr const char kStopMessage[] = "build stopped on request";
+// How long the programs still running after a stopped build have to end
+// after SIGTERM, and how long a second Ctrl-C waits for an event being
+// logged before it writes build-end.
+constexpr std::chrono::milliseconds kStopGrace{2000};
+constexpr std::chrono::milliseconds kQuitLogWait{500};
 
 std::string Lowercase(std::string text) {
   for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -63,7 +69,7 @@ BuildRunner::BuildRunner(Project& project, LogSink& sink, const Defines& defines
       sink_(sink),
       default_options_store_(OptionsFilePath()),
       options_store_(&default_options_store_),
-      script_engine_(*this) {
+      script_engine_(*this, ScriptLimits{project.script_timeout}) {
   for (const ProjectVariable& variable : project.variables)
     variables_.Set(variable.name, variable.value);
   for (const FileSetDefinition& definition : project.file_sets) {
@@ -372,14 +378,39 @@ void BuildRunner::GetVariablesList(TStrings* names, bool include_system) {
 }
 
 Variant BuildRunner::ExecuteScript(TCustomBVAction& action, const TBVActionScript& script,
-                                   ScriptParameters* parameters) {
-  return script_engine_.Run(action, script, parameters);
+                                   ScriptParameters* parameters,
+                                   std::chrono::milliseconds timeout) {
+  return script_engine_.Run(action, script, parameters, timeout);
 }
 
 ProcessOutcome BuildRunner::RunProcess(const ProcessRequest& request, const ProcessEvents& events) {
   // The program may write to our stdout; what we logged must come first.
   sink_.Flush();
-  return host::RunProcess(request, events);
+  // The lines of one read are logged with one write, flushed before the
+  // runner waits again.
+  class FlushHold {
+   public:
+    explicit FlushHold(LogSink& sink) : sink_(sink) {}
+    ~FlushHold() { Release(); }
+    void Hold() {
+      if (!held_) sink_.HoldFlushes(true);
+      held_ = true;
+    }
+    void Release() {
+      if (held_) sink_.HoldFlushes(false);
+      held_ = false;
+    }
+
+   private:
+    LogSink& sink_;
+    bool held_ = false;
+  } hold(sink_);
+  ProcessEvents held_events = events;
+  held_events.output_line = [&](const std::string& line) {
+    hold.Hold();
+    if (events.output_line) events.output_line(line);
+  };
+  return host::RunProcess(request, held_events, [&hold] { hold.Release(); });
 }
 
 int RunProject(Project& project, const RunOptions& options) {
@@ -388,18 +419,33 @@ int RunProject(Project& project, const RunOptions& options) {
   style.color = options.color && terminal && !IsColorOptedOut();
   style.live_progress = terminal;
   style.columns = platform::StandardOutputColumns();
-  std::unique_ptr<LogSink> sink = MakeLogSink(options.format, std::cout, style);
-  BuildRunner runner(project, *sink, options.defines);
+  std::unique_ptr<LogSink> format_sink = MakeLogSink(options.format, std::cout, style);
+  ClosableLogSink sink(*format_sink);
+  BuildRunner runner(project, sink, options.defines);
   runner.SetScriptMethods(options.script_methods);
 
+  // Orphans of the build's programs then stay ours to find and end.
+  if (platform::OsError error = platform::BecomeChildSubreaper()) {
+    std::cerr << "warning: programs that leave their parent may outlive a stopped build: "
+              << error.Describe() << '\n';
+  }
   // Declared after the runner, so it is gone before the runner is.
-  auto watcher = platform::StopSignalWatcher::Start([&runner] { runner.RequestStop(); });
+  auto watcher = platform::StopSignalWatcher::Start(
+      [&runner] { runner.RequestStop(); },
+      [&sink] {
+        platform::EndAllDescendants(std::chrono::milliseconds(0));
+        sink.EndFromOutside(kQuitLogWait);
+      });
   if (!watcher.IsOk()) {
     // stdout carries only the log; the build can still run, just not stop cleanly.
     std::cerr << "warning: Ctrl-C will end the build abruptly: " << watcher.Error().Describe()
               << '\n';
   }
-  return runner.Run() ? 0 : 1;
+  bool success = runner.Run();
+  // A stopped build leaves nothing of its own running, also not what was
+  // started without waiting.
+  if (runner.IsStopSignalled()) platform::EndAllDescendants(kStopGrace);
+  return success ? 0 : 1;
 }
 
 }  // namespace brivant::host

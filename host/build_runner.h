@@ -47,8 +47,10 @@ struct RunOptions {
 };
 
 // Validates, then runs the project; writes the log to stdout. Returns 0 when
-// the build succeeded, 1 when it failed or was stopped. A second Ctrl-C
-// during the run ends the process with status 130.
+// the build succeeded, 1 when it failed or was stopped. Makes this process a
+// child subreaper; a stopped build ends every descendant it can see before
+// it returns. A second Ctrl-C during the run ends every descendant, closes
+// the log with build-end and ends the process with status 130.
 int RunProject(Project& project, const RunOptions& options);
 
 class BuildRunner final : public IBVActionHost {
@@ -108,7 +110,7 @@ class BuildRunner final : public IBVActionHost {
   IBVProjectObjectService* GetProjectObjectService() override { return &objects_; }
   IBVOptionsStore* GetOptionsStore() override { return options_store_; }
   Variant ExecuteScript(TCustomBVAction& action, const TBVActionScript& script,
-                        ScriptParameters* parameters) override;
+                        ScriptParameters* parameters, std::chrono::milliseconds timeout) override;
   ProcessOutcome RunProcess(const ProcessRequest& request, const ProcessEvents& events) override;
 
  private:

@@ -3,40 +3,12 @@
 #include <algorithm>
 #include <charconv>
 
+#include "package/string_utils.h"
+
 namespace brivant::host {
 namespace {
 
 constexpr char kHexDigits[] = "0123456789abcdef";
-
-// Length of the valid UTF-8 sequence at text[pos], 0 when the byte there does
-// not start one (stray continuation byte, overlong form, surrogate, beyond
-// U+10FFFF, or cut short).
-size_t Utf8SequenceLength(std::string_view text, size_t pos) {
-  auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
-  unsigned char lead = byte(pos);
-  size_t length;
-  unsigned char low = 0x80;
-  unsigned char high = 0xBF;  // allowed range of the second byte
-  if (lead >= 0xC2 && lead <= 0xDF) {
-    length = 2;
-  } else if (lead >= 0xE0 && lead <= 0xEF) {
-    length = 3;
-    if (lead == 0xE0) low = 0xA0;   // overlong
-    if (lead == 0xED) high = 0x9F;  // surrogates
-  } else if (lead >= 0xF0 && lead <= 0xF4) {
-    length = 4;
-    if (lead == 0xF0) low = 0x90;   // overlong
-    if (lead == 0xF4) high = 0x8F;  // beyond U+10FFFF
-  } else {
-    return 0;
-  }
-  if (pos + length > text.size()) return 0;
-  if (byte(pos + 1) < low || byte(pos + 1) > high) return 0;
-  for (size_t i = 2; i < length; ++i) {
-    if (byte(pos + i) < 0x80 || byte(pos + i) > 0xBF) return 0;
-  }
-  return length;
-}
 
 // The two-character escape JSON has for `c`, or "" when there is none.
 std::string_view ShortEscape(unsigned char c) {
@@ -119,6 +91,7 @@ void JsonLogSink::AddRaw(std::string_view key, std::string_view json_value) {
 void JsonLogSink::End() {
   line_.append("}\n");
   out_.write(line_.data(), static_cast<std::streamsize>(line_.size()));
+  if (!FlushesHeld()) out_.flush();
 }
 
 void JsonLogSink::ActionStart(std::string_view class_name, std::string_view title,

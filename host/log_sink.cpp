@@ -18,4 +18,62 @@ std::unique_ptr<LogSink> MakeLogSink(LogFormat format, std::ostream& out,
   return std::make_unique<TextLogSink>(out, style, TextLogSink::Dialect::kPlain);
 }
 
+void ClosableLogSink::ActionStart(std::string_view class_name, std::string_view title,
+                                  std::string_view description) {
+  Forward([&] { inner_.ActionStart(class_name, title, description); });
+}
+
+void ClosableLogSink::ActionEnd(std::string_view class_name, std::string_view title, bool success,
+                                bool failure_ignored) {
+  Forward([&] { inner_.ActionEnd(class_name, title, success, failure_ignored); });
+}
+
+void ClosableLogSink::Message(TStatusTag tag, std::string_view text) {
+  Forward([&] { inner_.Message(tag, text); });
+}
+
+void ClosableLogSink::GroupStart(std::string_view title) {
+  Forward([&] { inner_.GroupStart(title); });
+}
+
+void ClosableLogSink::GroupEnd(TStatusTag tag) {
+  Forward([&] { inner_.GroupEnd(tag); });
+}
+
+void ClosableLogSink::Progress(std::string_view text, int percent) {
+  Forward([&] { inner_.Progress(text, percent); });
+}
+
+void ClosableLogSink::ValidationError(std::string_view title, std::string_view property,
+                                      std::string_view message) {
+  Forward([&] { inner_.ValidationError(title, property, message); });
+}
+
+void ClosableLogSink::BuildEnd(bool success) {
+  Forward([&] {
+    inner_.BuildEnd(success);
+    inner_.Flush();
+    ended_ = true;
+  });
+}
+
+void ClosableLogSink::Flush() {
+  Forward([&] { inner_.Flush(); });
+}
+
+void ClosableLogSink::HoldFlushes(bool hold) {
+  Forward([&] { inner_.HoldFlushes(hold); });
+}
+
+bool ClosableLogSink::EndFromOutside(std::chrono::milliseconds wait) {
+  std::unique_lock<std::timed_mutex> lock(mutex_, wait);
+  if (!lock.owns_lock()) return false;
+  if (!ended_) {
+    inner_.BuildEnd(false);
+    inner_.Flush();
+    ended_ = true;
+  }
+  return true;
+}
+
 }  // namespace brivant::host

@@ -5,12 +5,15 @@
 //
 // Events arrive in build order from the build thread only: action starts and
 // ends nest (a container's end follows its children's), message groups nest
-// inside an action, and BuildEnd comes last. Sinks buffer through their
-// ostream; Flush pushes what they wrote to its destination.
+// inside an action, and BuildEnd comes last. Sinks write and flush each event
+// as it happens, so a reader at the other end of a pipe sees it at once and a
+// killed build loses nothing it logged; Flush also clears a progress bar.
 #pragma once
 
+#include <chrono>
 #include <iosfwd>
 #include <memory>
+#include <mutex>
 #include <string_view>
 
 #include "package/status_tag.h"
@@ -46,6 +49,61 @@ class LogSink {
                                std::string_view message) = 0;
   virtual void BuildEnd(bool success) = 0;
   virtual void Flush() = 0;
+
+  // While held, events are written but not flushed; releasing flushes. The
+  // runner holds them while it logs the lines of one read of a program's
+  // output, so that a burst of lines costs one write and nothing waits in
+  // the buffer while the runner waits.
+  virtual void HoldFlushes(bool hold) {
+    flushes_held_ = hold;
+    if (!hold) Flush();
+  }
+
+ protected:
+  bool FlushesHeld() const { return flushes_held_; }
+
+ private:
+  bool flushes_held_ = false;
+};
+
+// Forwards every event to another sink under a lock, so that a second thread
+// can end the log: when a second Ctrl-C ends the process while the build
+// thread may be in the middle of an event, the log still ends with build-end.
+// Events after build-end are dropped.
+class ClosableLogSink final : public LogSink {
+ public:
+  // `inner` must outlive this sink.
+  explicit ClosableLogSink(LogSink& inner) : inner_(inner) {}
+
+  void ActionStart(std::string_view class_name, std::string_view title,
+                   std::string_view description) override;
+  void ActionEnd(std::string_view class_name, std::string_view title, bool success,
+                 bool failure_ignored) override;
+  void Message(TStatusTag tag, std::string_view text) override;
+  void GroupStart(std::string_view title) override;
+  void GroupEnd(TStatusTag tag) override;
+  void Progress(std::string_view text, int percent) override;
+  void ValidationError(std::string_view title, std::string_view property,
+                       std::string_view message) override;
+  void BuildEnd(bool success) override;
+  void Flush() override;
+  void HoldFlushes(bool hold) override;
+
+  // For any thread: ends the log with a failed build-end unless it has
+  // ended. Waits at most `wait` for an event being written (a reader that
+  // stopped reading can block it for good); false when the log stays open.
+  bool EndFromOutside(std::chrono::milliseconds wait);
+
+ private:
+  template <class Event>
+  void Forward(Event&& event) {
+    std::lock_guard<std::timed_mutex> lock(mutex_);
+    if (!ended_) event();
+  }
+
+  LogSink& inner_;
+  std::timed_mutex mutex_;
+  bool ended_ = false;
 };
 
 // A sink of `format` writing to `out`, which must outlive it.

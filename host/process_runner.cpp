@@ -59,12 +59,13 @@ ProcessOutcome StartWithoutWaiting(const platform::ProcessLaunch& launch,
 }
 
 ProcessOutcome RunToEnd(const platform::ProcessLaunch& launch, const ProcessRequest& request,
-                        const ProcessEvents& events) {
+                        const ProcessEvents& events, const std::function<void()>& lines_delivered) {
   platform::ProcessWatch watch;
   watch.on_started = [&events](int pid) {
     if (events.started) events.started(static_cast<uint32_t>(pid));
   };
   watch.on_line = events.output_line;
+  watch.on_lines_delivered = lines_delivered;
   watch.timeout = std::chrono::milliseconds(request.timeout_ms);
   watch.terminate = request.terminate;
 
@@ -91,13 +92,14 @@ ProcessOutcome RunToEnd(const platform::ProcessLaunch& launch, const ProcessRequ
 
 }  // namespace
 
-ProcessOutcome RunProcess(const ProcessRequest& request, const ProcessEvents& events) {
+ProcessOutcome RunProcess(const ProcessRequest& request, const ProcessEvents& events,
+                          const std::function<void()>& lines_delivered) {
   if (request.executable.empty()) return NotStarted("no program to run was given");
   platform::OsResult<std::string> program = platform::FindExecutable(request.executable);
   if (!program.IsOk()) return NotStarted(program.Error().Describe());
   platform::ProcessLaunch launch = MakeLaunch(request, program.Value());
   if (!request.wait_for_completion) return StartWithoutWaiting(launch, request, events);
-  return RunToEnd(launch, request, events);
+  return RunToEnd(launch, request, events, lines_delivered);
 }
 
 }  // namespace brivant::host

@@ -5,6 +5,7 @@
 // stored properties.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -48,8 +49,15 @@ struct ActionNode {
   std::vector<ActionNode> children;
 };
 
+// Event scripts handle one line or one match at a time; a minute is far
+// beyond any honest one and still ends a runaway loop in a build.
+inline constexpr std::chrono::milliseconds kDefaultScriptTimeout{60000};
+
 struct Project {
   std::string path;
+  // The <Project ScriptTimeout="seconds"> attribute: how long one script run
+  // may take unless the action passes its own time-out.
+  std::chrono::milliseconds script_timeout = kDefaultScriptTimeout;
   std::vector<ProjectVariable> variables;
   std::vector<FileSetDefinition> file_sets;
   std::vector<ActionNode> actions;

@@ -749,13 +749,15 @@ bool ScriptEngine::CanInterruptScripts() {
 }
 
 Variant ScriptEngine::Run(TCustomBVAction& action, const TBVActionScript& script,
-                          ScriptParameters* parameters) {
+                          ScriptParameters* parameters, std::chrono::milliseconds timeout) {
   static const ScriptParameters kNoParameters;
-  // A script that names its own time limit (Run Script) gets that one.
+  // A caller's time-out wins, then a limit the script names itself (Run
+  // Script), then the project's.
   ScriptLimits limits = limits_;
   if (script.TimeLimitMs() > 0) limits.time = std::chrono::milliseconds(script.TimeLimitMs());
-  RunState state(host_, action, script, parameters != nullptr ? *parameters : kNoParameters,
-                 limits, methods_, find_action_);
+  if (timeout > std::chrono::milliseconds(0)) limits.time = timeout;
+  RunState state(host_, action, script, parameters != nullptr ? *parameters : kNoParameters, limits,
+                 methods_, find_action_);
   duk_context* ctx = duk_create_heap(&Allocate, &Reallocate, &Release, &state, &OnFatalError);
   if (ctx == nullptr)
     throw EFailAction("script " + script.Name() + ": cannot create a script heap");

@@ -19,7 +19,7 @@
 #include <vector>
 
 #include "host/action_registry.h"
-
+#include "host/project.h"
 #include "package/action_script.h"
 #include "package/variant.h"
 
@@ -35,9 +35,7 @@ namespace brivant::host {
 using ActionFinder = std::function<TCustomBVAction*(std::string_view title)>;
 
 struct ScriptLimits {
-  // Event scripts handle one line or one match at a time; a minute is far
-  // beyond any honest one and still ends a runaway loop in a build.
-  std::chrono::milliseconds time{60000};
+  std::chrono::milliseconds time = kDefaultScriptTimeout;
   // Everything the run's script heap holds, the built-in objects included
   // (about 100 KB).
   size_t heap_bytes = size_t{512} << 20;
@@ -90,8 +88,10 @@ class ScriptEngine {
   //
   // Throws EFailAction("script <Name>: <error> (line N)") on a syntax or
   // runtime error, when a limit is passed or when the host signals a stop;
-  // *parameters is then unchanged.
-  Variant Run(TCustomBVAction& action, const TBVActionScript& script, ScriptParameters* parameters);
+  // *parameters is then unchanged. A positive `timeout` replaces the time
+  // limit for this run.
+  Variant Run(TCustomBVAction& action, const TBVActionScript& script, ScriptParameters* parameters,
+              std::chrono::milliseconds timeout = std::chrono::milliseconds(0));
 
  private:
   IBVActionHost& host_;

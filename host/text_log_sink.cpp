@@ -79,6 +79,10 @@ void TextLogSink::Emit() {
   line_.clear();
 }
 
+void TextLogSink::EndEvent() {
+  if (!FlushesHeld()) out_.flush();
+}
+
 void TextLogSink::EraseProgress() {
   if (!progress_shown_) return;
   progress_shown_ = false;
@@ -146,6 +150,7 @@ void TextLogSink::ActionStart(std::string_view /*class_name*/, std::string_view 
   AppendColored(kBold, title);
   Emit();
   ++level_;
+  EndEvent();
 }
 
 void TextLogSink::ActionEnd(std::string_view /*class_name*/, std::string_view title, bool success,
@@ -156,9 +161,13 @@ void TextLogSink::ActionEnd(std::string_view /*class_name*/, std::string_view ti
     WriteStatusLines(failure_ignored ? stWarning : stError, text);
   }
   level_ = std::max(level_ - 1, 0);
+  EndEvent();
 }
 
-void TextLogSink::Message(TStatusTag tag, std::string_view text) { WriteStatusLines(tag, text); }
+void TextLogSink::Message(TStatusTag tag, std::string_view text) {
+  WriteStatusLines(tag, text);
+  EndEvent();
+}
 
 void TextLogSink::GroupStart(std::string_view title) {
   ++group_depth_;
@@ -173,6 +182,7 @@ void TextLogSink::GroupStart(std::string_view title) {
     Emit();
   }
   ++level_;
+  EndEvent();
 }
 
 void TextLogSink::GroupEnd(TStatusTag /*tag*/) {
@@ -184,6 +194,7 @@ void TextLogSink::GroupEnd(TStatusTag /*tag*/) {
   }
   --group_depth_;
   level_ = std::max(level_ - 1, 0);
+  EndEvent();
 }
 
 void TextLogSink::Progress(std::string_view text, int percent) {
@@ -222,6 +233,7 @@ void TextLogSink::ValidationError(std::string_view title, std::string_view prope
   }
   text.append(message);
   WriteStatusLines(stError, text);
+  EndEvent();
 }
 
 void TextLogSink::BuildEnd(bool success) {
@@ -231,6 +243,7 @@ void TextLogSink::BuildEnd(bool success) {
   } else {
     WriteStatusLines(stError, "build failed");
   }
+  EndEvent();
 }
 
 void TextLogSink::Flush() {

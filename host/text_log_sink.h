@@ -62,6 +62,8 @@ class TextLogSink final : public LogSink {
   void AppendColored(std::string_view color, std::string_view text);
   void EraseProgress();
   void Emit();
+  // Every event ends here: flushed unless flushes are held.
+  void EndEvent();
 
   std::ostream& out_;
   TerminalStyle style_;

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -132,9 +133,13 @@ class IBVActionHost {
   virtual IBVOptionsStore* GetOptionsStore() = 0;
 
   // Runs a script with the action as "Action" and the given parameters.
-  // Returns the script's result; throws EFailAction when the script fails.
-  virtual Variant ExecuteScript(TCustomBVAction& action, const TBVActionScript& script,
-                                ScriptParameters* parameters) = 0;
+  // Returns the script's result; throws EFailAction when the script fails,
+  // also when it runs longer than `timeout`. A zero `timeout` means the
+  // project's script time-out (60 seconds unless the project sets one); an
+  // action with a time-out property of its own passes it here.
+  virtual Variant ExecuteScript(
+      TCustomBVAction& action, const TBVActionScript& script, ScriptParameters* parameters,
+      std::chrono::milliseconds timeout = std::chrono::milliseconds(0)) = 0;
 
   // Runs an external process for TBVExecuteAbstractAction.
   virtual ProcessOutcome RunProcess(const ProcessRequest& request,

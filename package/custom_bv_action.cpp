@@ -116,9 +116,10 @@ TBVActionScript* TCustomBVAction::GetScriptByName(const std::string& name) {
   return nullptr;
 }
 
-Variant TCustomBVAction::ExecuteScript(TBVActionScript& script, ScriptParameters& parameters) {
+Variant TCustomBVAction::ExecuteScript(TBVActionScript& script, ScriptParameters& parameters,
+                                       std::chrono::milliseconds timeout) {
   InitialiseScriptParams(script);
-  return RequireHost().ExecuteScript(*this, script, &parameters);
+  return RequireHost().ExecuteScript(*this, script, &parameters, timeout);
 }
 
 const PropertyTable& TBVAction::Properties() {

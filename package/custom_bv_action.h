@@ -10,6 +10,7 @@
 // IsStopSignalled may be called from another thread while Execute runs.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -156,7 +157,9 @@ class TCustomBVAction : public TOXXMLObject {
   // nullptr when the action declares no such script.
   TBVActionScript* GetScriptByName(const std::string& name);
   const std::vector<TBVActionScript>& Scripts() const { return scripts_; }
-  Variant ExecuteScript(TBVActionScript& script, ScriptParameters& parameters);
+  // A zero `timeout`: the project's script time-out (IBVActionHost).
+  Variant ExecuteScript(TBVActionScript& script, ScriptParameters& parameters,
+                        std::chrono::milliseconds timeout = std::chrono::milliseconds(0));
 
  protected:
   IBVActionHost& RequireHost() const;

@@ -54,4 +54,12 @@ std::string ChangeFileExt(std::string_view path, std::string_view extension);
 /// An empty `from` leaves the text unchanged.
 std::string ReplaceAll(std::string_view text, std::string_view from, std::string_view to);
 
+/// Length of the valid UTF-8 sequence at text[pos], 0 when the byte there
+/// does not start one (stray continuation byte, overlong form, surrogate,
+/// beyond U+10FFFF, or cut short).
+size_t Utf8SequenceLength(std::string_view text, size_t pos);
+
+/// The offset of the first byte that is not part of valid UTF-8, or npos.
+size_t FindInvalidUtf8(std::string_view text);
+
 }  // namespace brivant

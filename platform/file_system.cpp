@@ -159,6 +159,22 @@ OsResult<std::string> ReadFile(const std::string& path) {
   return ReadAtMost(path, static_cast<size_t>(-1));
 }
 
+OsResult<std::string> ReadBoundedRegularFile(const std::string& path, uint64_t max_bytes) {
+  FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (file.Get() < 0) return OsError::FromCode(errno, path);
+  struct stat info;
+  if (::fstat(file.Get(), &info) != 0) return OsError::FromCode(errno, path);
+  if (!S_ISREG(info.st_mode)) return OsError::FromCode(EINVAL, path);
+  if (static_cast<uint64_t>(info.st_size) > max_bytes) return OsError::FromCode(EFBIG, path);
+  std::string bytes;
+  bytes.reserve(static_cast<size_t>(info.st_size));
+  // One byte more than allowed tells a file that grew from one at the limit.
+  if (int error = ReadUpTo(file.Get(), static_cast<size_t>(max_bytes) + 1, &bytes))
+    return OsError::FromCode(error, path);
+  if (bytes.size() > max_bytes) return OsError::FromCode(EFBIG, path);
+  return bytes;
+}
+
 OsResult<std::string> ReadFilePrefix(const std::string& path, size_t max_bytes) {
   return ReadAtMost(path, max_bytes);
 }

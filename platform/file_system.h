@@ -77,6 +77,14 @@ class [[nodiscard]] OsResult {
 /// The whole content of a regular file. Reading a directory fails with EISDIR.
 [[nodiscard]] OsResult<std::string> ReadFile(const std::string& path);
 
+/// The whole content of a regular file of at most `max_bytes`, judged before
+/// anything is read: anything but a regular file (a directory, a device, a
+/// pipe; opening does not wait for a pipe's writer) fails with EINVAL, a
+/// larger file with EFBIG. A file that grows past the limit while it is read
+/// fails with EFBIG too.
+[[nodiscard]] OsResult<std::string> ReadBoundedRegularFile(const std::string& path,
+                                                           uint64_t max_bytes);
+
 /// At most `max_bytes` from the start of a file: fewer when the file is
 /// shorter. Used to look at a byte-order mark without reading the rest.
 [[nodiscard]] OsResult<std::string> ReadFilePrefix(const std::string& path, size_t max_bytes);

@@ -2,7 +2,9 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sched.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -11,12 +13,16 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstddef>
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
+
+#include "platform/process_tree.h"
 
 namespace brivant::platform {
 namespace {
@@ -26,9 +32,11 @@ using std::chrono::steady_clock;
 
 // How often a running program's terminate flag is looked at, at the latest.
 constexpr milliseconds kPollInterval{50};
-// What the forked child exits with when it cannot exec, after it has
-// reported the reason through the error pipe. Nobody sees it but us.
+// What the child exits with when it cannot exec, after it has reported the
+// reason. Nobody sees it but us.
 constexpr int kChildSetupFailed = 127;
+// Room for the few calls the child makes before exec, sanitizers included.
+constexpr size_t kChildStackSize = 64 * 1024;
 
 // Closes a descriptor on every exit path.
 class UniqueFd {
@@ -61,27 +69,55 @@ OsResult<UniqueFd> OpenForChild(const std::string& path, int flags) {
   return UniqueFd(fd);
 }
 
-// What the forked child reports through the error pipe before giving up.
+// What the child reports when it cannot exec.
 enum class ChildStage : int { kSetup, kWorkingDirectory, kExec };
 struct ChildFailure {
   ChildStage stage;
   int error;
 };
 
-// Everything the child needs, prepared before fork: after fork only
-// async-signal-safe calls are allowed, so nothing here may allocate.
+constexpr uint64_t SignalBit(int signal_number) { return uint64_t{1} << (signal_number - 1); }
+
+// The signals whose disposition the child must set back to the default: the
+// ones with a handler (it would run in the child, on the parent's memory,
+// before exec) and the ignored ones (that would survive exec). Looked at once,
+// so that a spawn costs a few sigaction calls instead of one per signal;
+// SIGINT, SIGTERM and SIGPIPE are always included, as the stop watcher
+// changes them later. platform/ is the only code that installs handlers.
+uint64_t SignalsToReset() {
+  static const uint64_t signals = [] {
+    uint64_t bits = SignalBit(SIGINT) | SignalBit(SIGTERM) | SignalBit(SIGPIPE);
+    for (int signal_number = 1; signal_number < NSIG && signal_number <= 64; ++signal_number) {
+      struct sigaction current;
+      if (::sigaction(signal_number, nullptr, &current) == 0 && current.sa_handler != SIG_DFL)
+        bits |= SignalBit(signal_number);
+    }
+    return bits;
+  }();
+  return signals;
+}
+
+// Everything the child needs, prepared before the clone. The child shares
+// our memory until it execs (CLONE_VM | CLONE_VFORK: the calling thread
+// sleeps meanwhile), so it must not allocate or touch anything but the plan;
+// it reports a failure by writing into the plan, where we read it once the
+// clone call returns.
 struct ChildPlan {
   const char* program;
   char* const* argv;
+  char* const* environment;
   const char* working_directory;  // nullptr: stay
   int stdio[3];                   // what becomes 0, 1 and 2; -1 keeps ours
-  int report_fd;
+  bool die_with_parent;
+  int parent;
+  uint64_t signals_to_reset;
+  bool failed;
+  ChildFailure failure;
 };
 
-[[noreturn]] void FailInChild(int report_fd, ChildStage stage) {
-  ChildFailure failure{stage, errno};
-  ssize_t ignored = ::write(report_fd, &failure, sizeof failure);
-  (void)ignored;
+[[noreturn]] void FailInChild(ChildPlan& plan, ChildStage stage) {
+  plan.failure = ChildFailure{stage, errno};
+  plan.failed = true;
   ::_exit(kChildSetupFailed);
 }
 
@@ -89,30 +125,40 @@ struct ChildPlan {
 // standard descriptor can never overwrite the source of another.
 int LiftAboveStdio(int fd) { return fd < 0 ? -1 : ::fcntl(fd, F_DUPFD_CLOEXEC, 3); }
 
-[[noreturn]] void RunChild(const ChildPlan& plan) {
+int RunChild(void* argument) {
+  ChildPlan& plan = *static_cast<ChildPlan*>(argument);
   ::setpgid(0, 0);
-  // Ignored signals and the signal mask survive exec; a program must not
-  // start with SIGPIPE ignored or SIGTERM blocked because the host has them so.
+  if (plan.die_with_parent) {
+    // A SIGKILL of the host leaves nothing to end its programs; the kernel
+    // does it. We may have died before the request took effect: then the
+    // parent is no longer the one we were started by.
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != plan.parent) ::_exit(kChildSetupFailed);
+  }
   struct sigaction default_action = {};
   default_action.sa_handler = SIG_DFL;
-  for (int signal_number = 1; signal_number < NSIG; ++signal_number)
-    ::sigaction(signal_number, &default_action, nullptr);
-  sigset_t empty_set;
-  ::sigemptyset(&empty_set);
-  ::sigprocmask(SIG_SETMASK, &empty_set, nullptr);
+  for (int signal_number = 1; signal_number <= 64; ++signal_number) {
+    if (plan.signals_to_reset & SignalBit(signal_number))
+      ::sigaction(signal_number, &default_action, nullptr);
+  }
 
   int lifted[3];
   for (int i = 0; i < 3; ++i) {
     lifted[i] = LiftAboveStdio(plan.stdio[i]);
-    if (plan.stdio[i] >= 0 && lifted[i] < 0) FailInChild(plan.report_fd, ChildStage::kSetup);
+    if (plan.stdio[i] >= 0 && lifted[i] < 0) FailInChild(plan, ChildStage::kSetup);
   }
   for (int i = 0; i < 3; ++i) {
-    if (lifted[i] >= 0 && ::dup2(lifted[i], i) < 0) FailInChild(plan.report_fd, ChildStage::kSetup);
+    if (lifted[i] >= 0 && ::dup2(lifted[i], i) < 0) FailInChild(plan, ChildStage::kSetup);
   }
   if (plan.working_directory != nullptr && ::chdir(plan.working_directory) != 0)
-    FailInChild(plan.report_fd, ChildStage::kWorkingDirectory);
-  ::execv(plan.program, plan.argv);
-  FailInChild(plan.report_fd, ChildStage::kExec);
+    FailInChild(plan, ChildStage::kWorkingDirectory);
+  // The spawning thread blocked every signal; a program must start with
+  // none blocked, whatever the host's mask.
+  sigset_t empty_set;
+  ::sigemptyset(&empty_set);
+  ::sigprocmask(SIG_SETMASK, &empty_set, nullptr);
+  ::execve(plan.program, plan.argv, plan.environment);
+  FailInChild(plan, ChildStage::kExec);
 }
 
 // Waits for a child that is known to have ended (or to be ending).
@@ -122,18 +168,6 @@ int ReapBlocking(int pid) {
     if (errno != EINTR) return -1;
   }
   return status;
-}
-
-// Reads the error pipe until the child has exec'd (end of file, because the
-// write end is close-on-exec) or reported why it could not.
-std::optional<ChildFailure> ReadChildFailure(int report_fd) {
-  ChildFailure failure{};
-  ssize_t got;
-  do {
-    got = ::read(report_fd, &failure, sizeof failure);
-  } while (got < 0 && errno == EINTR);
-  if (got != static_cast<ssize_t>(sizeof failure)) return std::nullopt;
-  return failure;
 }
 
 OsError DescribeChildFailure(const ChildFailure& failure, const ProcessLaunch& launch) {
@@ -175,9 +209,9 @@ OsResult<ChildFds> OpenChildStdio(const ProcessLaunch& launch, UniqueFd* output_
   return fds;
 }
 
-// Forks and execs the program in a new process group. Returns its pid once
-// exec has succeeded; a child that failed is reaped before the error returns.
-OsResult<int> Spawn(const ProcessLaunch& launch, UniqueFd* output_read) {
+// Starts the program in a new process group. Returns its pid once exec has
+// succeeded; a child that failed is reaped before the error returns.
+OsResult<int> Spawn(const ProcessLaunch& launch, bool die_with_parent, UniqueFd* output_read) {
   OsResult<ChildFds> stdio = OpenChildStdio(launch, output_read);
   if (!stdio.IsOk()) return stdio.Error();
   const ChildFds& fds = stdio.Value();
@@ -187,28 +221,33 @@ OsResult<int> Spawn(const ProcessLaunch& launch, UniqueFd* output_read) {
   for (std::string& word : words) argv.push_back(word.data());
   argv.push_back(nullptr);
 
-  int report[2];
-  if (::pipe2(report, O_CLOEXEC) != 0) return OsError::FromCode(errno, launch.program);
-  UniqueFd report_read(report[0]);
-  UniqueFd report_write(report[1]);
-
   ChildPlan plan{launch.program.c_str(),
                  argv.data(),
+                 environ,
                  launch.working_directory.empty() ? nullptr : launch.working_directory.c_str(),
                  {fds.input.Get(), fds.output.Get(), launch.merge_stderr ? fds.output.Get() : -1},
-                 report_write.Get()};
-
-  int pid = ::fork();
-  if (pid < 0) return OsError::FromCode(errno, launch.program);
-  if (pid == 0) RunChild(plan);
-  // Set the group from both sides, so that it exists before either side
-  // relies on it. The child may already have exec'd (EACCES); that is fine.
-  ::setpgid(pid, pid);
-  report_write.Reset();
-  if (std::optional<ChildFailure> failure = ReadChildFailure(report_read.Get())) {
+                 die_with_parent,
+                 static_cast<int>(::getpid()),
+                 SignalsToReset(),
+                 false,
+                 {}};
+  // The child's own stack: it runs on our memory while this thread sleeps.
+  auto stack = std::make_unique_for_overwrite<std::byte[]>(kChildStackSize);
+  // Until the child has set its dispositions, a signal would run our
+  // handler in it.
+  sigset_t all_signals;
+  sigset_t previous_mask;
+  ::sigfillset(&all_signals);
+  ::pthread_sigmask(SIG_SETMASK, &all_signals, &previous_mask);
+  int pid =
+      ::clone(RunChild, stack.get() + kChildStackSize, CLONE_VM | CLONE_VFORK | SIGCHLD, &plan);
+  int clone_error = errno;
+  ::pthread_sigmask(SIG_SETMASK, &previous_mask, nullptr);
+  if (pid < 0) return OsError::FromCode(clone_error, launch.program);
+  if (plan.failed) {
     ReapBlocking(pid);
     output_read->Reset();
-    return DescribeChildFailure(*failure, launch);
+    return DescribeChildFailure(plan.failure, launch);
   }
   return pid;
 }
@@ -247,17 +286,37 @@ void UnlistRunningGroup(size_t slot) {
   if (slot < kGroupSlots) g_running_groups[slot].store(0);
 }
 
+bool IsRunningGroup(int pid) {
+  return std::any_of(std::begin(g_running_groups), std::end(g_running_groups),
+                     [pid](const std::atomic<int>& group) { return group.load() == pid; });
+}
+
+// Orphans re-parented to us (as subreaper) are ours to reap when they end.
+// Stops at an ended program that RunProcessAndWait is still to reap.
+void ReapAdoptedOrphans() {
+  if (!IsChildSubreaper()) return;
+  for (;;) {
+    siginfo_t info = {};
+    if (::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid == 0) return;
+    if (IsRunningGroup(info.si_pid)) return;
+    ::waitpid(info.si_pid, nullptr, WNOHANG);
+  }
+}
+
 // Owns a started program until it is reaped. If the owner leaves early (a
 // callback threw), the whole group is killed and the program reaped, so
 // nothing outlives the call.
 class ChildProcess {
  public:
   explicit ChildProcess(int pid)
-      : pid_(pid), pid_fd_(OpenPidFd(pid)), group_slot_(ListRunningGroup(pid)) {}
+      : pid_(pid), pid_fd_(OpenPidFd(pid)), group_slot_(ListRunningGroup(pid)) {
+    GuardProcessGroup(pid);
+  }
   ~ChildProcess() {
     if (reaped_) return;
-    SignalGroup(SIGKILL);
+    SignalAll(SIGKILL);
     UnlistRunningGroup(group_slot_);
+    UnguardProcessGroup(pid_);
     ReapBlocking(pid_);
   }
   ChildProcess(const ChildProcess&) = delete;
@@ -277,12 +336,23 @@ class ChildProcess {
     return info.si_pid != 0;
   }
 
-  void SignalGroup(int signal_number) const { ::kill(-pid_, signal_number); }
+  // The program's group, and what it started outside the group (setsid,
+  // daemons) as far as /proc shows it; other running programs are left alone.
+  void SignalAll(int signal_number) const {
+    ::kill(-pid_, signal_number);
+    std::vector<int> others;
+    for (const std::atomic<int>& group : g_running_groups) {
+      int pid = group.load();
+      if (pid > 0 && pid != pid_) others.push_back(pid);
+    }
+    for (int pid : FindProgramDescendants(pid_, others)) ::kill(pid, signal_number);
+  }
 
   // The wait status, or -1 when something else in this process reaped it.
   int Reap() {
     reaped_ = true;
     UnlistRunningGroup(group_slot_);
+    UnguardProcessGroup(pid_);
     return ReapBlocking(pid_);
   }
 
@@ -330,8 +400,8 @@ class LineSplitter {
 // waits on a writer that is still alive.
 class OutputReader {
  public:
-  OutputReader(UniqueFd fd, const std::function<void(const std::string&)>& on_line)
-      : fd_(std::move(fd)), lines_(on_line) {
+  OutputReader(UniqueFd fd, const ProcessWatch& watch)
+      : fd_(std::move(fd)), lines_(watch.on_line), on_lines_delivered_(watch.on_lines_delivered) {
     if (!fd_.IsOpen()) return;
     ::fcntl(fd_.Get(), F_SETFL, ::fcntl(fd_.Get(), F_GETFL) | O_NONBLOCK);
     int capacity = ::fcntl(fd_.Get(), F_GETPIPE_SZ);
@@ -352,6 +422,7 @@ class OutputReader {
     } while (got < 0 && errno == EINTR);
     if (got > 0) {
       lines_.Feed(std::string_view(buffer, static_cast<size_t>(got)));
+      if (on_lines_delivered_) on_lines_delivered_();
       return static_cast<size_t>(got);
     }
     if (got < 0 && errno == EAGAIN) return 0;
@@ -372,11 +443,13 @@ class OutputReader {
     }
     fd_.Reset();
     lines_.Finish();
+    if (on_lines_delivered_) on_lines_delivered_();
   }
 
  private:
   UniqueFd fd_;
   LineSplitter lines_;
+  const std::function<void()>& on_lines_delivered_;
   size_t pipe_capacity_ = 1024 * 1024;  // the usual upper limit, when the kernel cannot say
 };
 
@@ -430,14 +503,14 @@ std::optional<ProcessEnd> Supervise(ChildProcess& child, OutputReader& output,
   while (true) {
     bool ended = child.HasEnded();
     if (ended_by && (ended || steady_clock::now() >= kill_at)) {
-      child.SignalGroup(SIGKILL);  // whatever of the group ignored SIGTERM
+      child.SignalAll(SIGKILL);  // whatever ignored SIGTERM
       return ended_by;
     }
     if (ended) return std::nullopt;
     if (!ended_by) {
       ended_by = StopReason(watch, deadline);
       if (ended_by) {
-        child.SignalGroup(SIGTERM);
+        child.SignalAll(SIGTERM);
         kill_at = steady_clock::now() + watch.kill_grace;
         continue;
       }
@@ -458,14 +531,15 @@ std::optional<ProcessEnd> Supervise(ChildProcess& child, OutputReader& output,
 
 OsResult<ProcessExit> RunProcessAndWait(const ProcessLaunch& launch, const ProcessWatch& watch) {
   UniqueFd output_read;
-  OsResult<int> pid = Spawn(launch, &output_read);
+  OsResult<int> pid = Spawn(launch, /*die_with_parent=*/true, &output_read);
   if (!pid.IsOk()) return pid.Error();
   ChildProcess child(pid.Value());
-  OutputReader output(std::move(output_read), watch.on_line);
+  OutputReader output(std::move(output_read), watch);
   if (watch.on_started) watch.on_started(child.Pid());
 
   std::optional<ProcessEnd> ended_by = Supervise(child, output, watch);
   int status = child.Reap();
+  ReapAdoptedOrphans();
   output.DrainAndFinish();
   return ExitFromStatus(child.Pid(), status, ended_by);
 }
@@ -475,7 +549,7 @@ OsResult<int> StartProcessDetached(const ProcessLaunch& launch) {
   quiet.stdout_mode = StdOutMode::kDiscard;
   quiet.merge_stderr = true;
   UniqueFd no_output;
-  OsResult<int> pid = Spawn(quiet, &no_output);
+  OsResult<int> pid = Spawn(quiet, /*die_with_parent=*/false, &no_output);
   if (!pid.IsOk()) return pid;
   int started = pid.Value();
   try {

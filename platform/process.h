@@ -12,7 +12,14 @@
 // not captured goes to /dev/null for the same reason.
 //
 // The new process group keeps a terminal's Ctrl-C away from the program: the
-// host decides what a stop means and ends the group itself.
+// host decides what a stop means and ends the group itself. A program that
+// is waited for gets SIGKILL from the kernel when the thread that started it
+// dies (the parent-death signal), so even a SIGKILL of the host does not
+// leave it running; what it started itself is not reached that way.
+//
+// Programs start through clone(CLONE_VM | CLONE_VFORK): no copy of the
+// host's memory, and only the few signal dispositions the host changed are
+// set back in the child.
 //
 // The functions share no state and may be called from several threads at
 // once; callbacks run on the calling thread.
@@ -60,6 +67,9 @@ struct ProcessWatch {
   /// the line break and without a '\r' before it. A last line without a
   /// line break is delivered too; an empty line is delivered as "".
   std::function<void(const std::string& line)> on_line;
+  /// Called after the lines of one read have been delivered, before the
+  /// next wait: a caller that buffers what on_line produces flushes it here.
+  std::function<void()> on_lines_delivered;
   /// Zero: no time-out.
   std::chrono::milliseconds timeout{0};
   /// Polled at least every 50 ms; true ends the process group.
@@ -88,7 +98,9 @@ struct ProcessExit {
 ///
 /// On time-out or terminate, the whole process group gets SIGTERM, and
 /// SIGKILL once the program has ended or `kill_grace` has passed, so members
-/// that ignore SIGTERM are ended too; the program is then reaped. When the
+/// that ignore SIGTERM are ended too; the program is then reaped. The
+/// processes the program started outside its group get the same signals
+/// (FindProgramDescendants). When the
 /// program ends by itself, the rest of its group is left alone (it may be a
 /// server the program started on purpose), and output that a remaining
 /// member writes to the inherited pipe afterwards is not read.
@@ -103,8 +115,8 @@ struct ProcessExit {
 /// Starts the program and returns its process id at once. Standard output
 /// and standard error go to /dev/null, whatever the modes in `launch` say. A
 /// background thread reaps the program when it ends, so it never stays a
-/// zombie; the program is not ended when this process exits. Errors as for
-/// RunProcessAndWait.
+/// zombie; the program has no parent-death signal and is not ended when
+/// this process exits normally. Errors as for RunProcessAndWait.
 [[nodiscard]] OsResult<int> StartProcessDetached(const ProcessLaunch& launch);
 
 /// Sends SIGKILL to the process group of every program that

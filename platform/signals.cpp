@@ -15,28 +15,47 @@ namespace brivant::platform {
 namespace {
 
 constexpr char kStopByte = 's';
+constexpr char kSecondSignalByte = 'k';
 constexpr char kQuitByte = 'q';
+// How long the quit callback may take before the process ends without it.
+constexpr unsigned kQuitSeconds = 2;
 constexpr int kWatchedSignals[] = {SIGINT, SIGTERM};
 
 // Shared with the handler, which may only touch lock-free atomics and call
 // async-signal-safe functions.
 std::atomic<int> g_write_fd{-1};
 std::atomic<int> g_signal_count{0};
+std::atomic<int> g_exit_status{0};
 struct sigaction g_previous[2];
 static_assert(std::atomic<int>::is_always_lock_free, "the signal handler needs a lock-free int");
 
+[[noreturn]] void QuitNow() {
+  KillRunningProcessGroups();
+  ::_exit(g_exit_status.load());
+}
+
+void OnAlarm(int /*signal_number*/) { QuitNow(); }
+
 void OnStopSignal(int signal_number) {
-  if (g_signal_count.fetch_add(1) >= 1) {
-    // The programs of the build run in groups of their own, out of reach of
-    // the terminal's signal; ending them is ours to do before we go.
-    KillRunningProcessGroups();
-    ::_exit(128 + signal_number);
-  }
+  int count = g_signal_count.fetch_add(1);
+  if (count >= 2) QuitNow();
   int saved_errno = errno;
   int fd = g_write_fd.load();
-  // Only the first signal gets here, so the pipe has room for its byte.
+  if (count == 1) {
+    g_exit_status = 128 + signal_number;
+    // The programs of the build run in groups of their own, out of reach of
+    // the terminal's signal; ending them is ours to do before we go. The
+    // watcher thread does the rest, unless it is stuck: then the alarm ends us.
+    KillRunningProcessGroups();
+    struct sigaction alarm_action {};
+    alarm_action.sa_handler = OnAlarm;
+    ::sigaction(SIGALRM, &alarm_action, nullptr);
+    ::alarm(kQuitSeconds);
+    if (fd < 0) QuitNow();
+  }
+  // At most two bytes are ever written, so the pipe has room.
   if (fd >= 0) {
-    [[maybe_unused]] ssize_t written = ::write(fd, &kStopByte, 1);
+    [[maybe_unused]] ssize_t written = ::write(fd, count == 0 ? &kStopByte : &kSecondSignalByte, 1);
   }
   errno = saved_errno;
 }
@@ -48,7 +67,7 @@ void RestoreHandlers(size_t installed) {
 }  // namespace
 
 OsResult<std::unique_ptr<StopSignalWatcher>> StopSignalWatcher::Start(
-    std::function<void()> on_stop) {
+    std::function<void()> on_stop, std::function<void()> on_quit) {
   assert(g_write_fd.load() < 0 && "only one StopSignalWatcher may exist at a time");
   int fds[2];
   if (::pipe2(fds, O_CLOEXEC | O_NONBLOCK) != 0) return OsError::FromCode(errno, "");
@@ -75,7 +94,7 @@ OsResult<std::unique_ptr<StopSignalWatcher>> StopSignalWatcher::Start(
     ++installed;
   }
   std::unique_ptr<StopSignalWatcher> watcher(
-      new StopSignalWatcher(std::move(on_stop), fds[0], fds[1]));
+      new StopSignalWatcher(std::move(on_stop), std::move(on_quit), fds[0], fds[1]));
   try {
     watcher->thread_ = std::thread(&StopSignalWatcher::Watch, watcher.get());
   } catch (const std::system_error& e) {
@@ -85,14 +104,18 @@ OsResult<std::unique_ptr<StopSignalWatcher>> StopSignalWatcher::Start(
   return watcher;
 }
 
-StopSignalWatcher::StopSignalWatcher(std::function<void()> on_stop, int read_fd, int write_fd)
-    : on_stop_(std::move(on_stop)), read_fd_(read_fd), write_fd_(write_fd) {}
+StopSignalWatcher::StopSignalWatcher(std::function<void()> on_stop, std::function<void()> on_quit,
+                                     int read_fd, int write_fd)
+    : on_stop_(std::move(on_stop)),
+      on_quit_(std::move(on_quit)),
+      read_fd_(read_fd),
+      write_fd_(write_fd) {}
 
 StopSignalWatcher::~StopSignalWatcher() {
   RestoreHandlers(std::size(kWatchedSignals));
   g_write_fd = -1;
   if (thread_.joinable()) {
-    // The pipe holds at most the one stop byte, so there is room.
+    // The pipe holds at most the two signal bytes, so there is room.
     while (::write(write_fd_, &kQuitByte, 1) < 0 && errno == EINTR) {
     }
     thread_.join();
@@ -108,6 +131,10 @@ void StopSignalWatcher::Watch() {
     ssize_t count = ::read(read_fd_, &byte, 1);
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0 || byte == kQuitByte) return;
+    if (byte == kSecondSignalByte) {
+      if (on_quit_) on_quit_();
+      QuitNow();
+    }
     if (!stop_reported) {
       stop_reported = true;
       on_stop_();

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -392,13 +393,14 @@ TEST_F(CliTest, ValidateFindsTheRobocopyLocationInTheOptionsFile) {
       "p.bvproj:2: Robocopy Mirror: Robocopy Options: The Robocopy.exe file can not be found\n");
 }
 
-// A DOS command that starts two sleeps, one deaf to SIGTERM, publishes the
-// pids of itself and both, and waits. `leader` goes first (a trap).
+// A DOS command that starts two sleeps, the first in a session of its own
+// (setsid), the second deaf to SIGTERM, publishes the pids of both and of
+// itself, and waits. `leader` goes first (a trap).
 std::string SleepersProject(const std::string& leader) {
   return "<Project><Actions><Action Class=\"TRunDosCMDAction\" Title=\"Sleepers\">"
          "<Property Name=\"Command\">" +
          leader +
-         " sleep 60 &amp; echo $! &gt; pids.tmp; (trap '' TERM; exec sleep 60) &amp; "
+         " setsid sleep 60 &amp; echo $! &gt; pids.tmp; (trap '' TERM; exec sleep 60) &amp; "
          "echo $! &gt;&gt; pids.tmp; echo $$ &gt;&gt; pids.tmp; mv pids.tmp pids.txt; wait"
          "</Property></Action></Actions></Project>";
 }
@@ -409,13 +411,19 @@ TEST_F(CliTest, CtrlCLeavesNoProgramOfTheBuildRunning) {
     std::string leader;
     const char* signals;  // shell commands once the pids are out
     int status;
+    // A SIGKILL leaves brivant no say: the parent-death signal ends the
+    // program and a guard process its group, but not the child that left
+    // the group (the first pid).
+    bool setsid_child_escapes = false;
   };
   const Case cases[] = {
       {"one Ctrl-C stops the build", "", "kill -INT $b", 1},
+      {"SIGTERM stops the build", "", "kill -TERM $b", 1},
       // The shell ignores SIGTERM, so the build is still waiting when the
       // second Ctrl-C ends brivant at once.
       {"a second Ctrl-C ends brivant", "trap '' TERM;", "kill -INT $b; sleep 0.3; kill -INT $b",
        130},
+      {"SIGKILL of brivant", "", "kill -KILL $b", 137, true},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -431,17 +439,99 @@ TEST_F(CliTest, CtrlCLeavesNoProgramOfTheBuildRunning) {
     ASSERT_EQ(std::system(script.c_str()), 0);
     EXPECT_EQ(std::stoi(testing::ReadBytes(temp_.Join("status.txt"))), c.status)
         << testing::ReadBytes(temp_.Join("err.txt"));
+    std::string log = testing::ReadBytes(temp_.Join("out.txt"));
     if (c.status == 1) {
-      EXPECT_NE(testing::ReadBytes(temp_.Join("out.txt")).find("Terminated by user"),
-                std::string::npos);
+      EXPECT_NE(log.find("Terminated by user"), std::string::npos);
+    }
+    if (c.status != 137) {
+      EXPECT_EQ(log.substr(log.rfind('{')), "{\"event\":\"build-end\",\"success\":false}\n");
     }
     std::istringstream pids(testing::ReadBytes(temp_.Join("pids.txt")));
     int count = 0;
     for (long pid; pids >> pid; ++count) {
-      EXPECT_TRUE(testing::WaitUntil([&] { return !testing::IsRunning(pid); })) << pid;
+      if (!c.setsid_child_escapes || count > 0) {
+        EXPECT_TRUE(testing::WaitUntil([&] { return !testing::IsRunning(pid); })) << pid;
+      }
       std::system(("kill -KILL " + std::to_string(pid) + " 2>/dev/null").c_str());
     }
     EXPECT_EQ(count, 3);
+  }
+}
+
+TEST_F(CliTest, ProgramOutputReachesAPipeAsItComes) {
+  WriteProject(
+      "<Project><Actions><Action Class=\"TRunDosCMDAction\"><Property Name=\"Command\">"
+      "echo early; exec sleep 60</Property></Action></Actions></Project>");
+  for (const char* format : {"json", "github"}) {
+    SCOPED_TRACE(format);
+    std::string out = temp_.Join(std::string("out-") + format + ".txt");
+    std::string script = "cd " + Quoted(temp_.path()) + " && rm -f pipe && mkfifo pipe && " +
+                         "{ cat pipe >" + Quoted(out) + " & env -u BRIVANT_PACKAGE_PATH " +
+                         Quoted(kBrivant) + " run p.bvproj --log " + format +
+                         " >pipe & echo $! >brivant.pid; }";
+    ASSERT_EQ(std::system(script.c_str()), 0);
+    EXPECT_TRUE(testing::WaitUntil([&] {
+      std::ostringstream logged;
+      logged << std::ifstream(out).rdbuf();
+      return logged.str().find("early") != std::string::npos;
+    }));
+    std::string pid = testing::ReadBytes(temp_.Join("brivant.pid"));
+    std::system(("kill -INT " + pid).c_str());
+    EXPECT_TRUE(testing::WaitUntil([&] { return !testing::IsRunning(std::stol(pid)); }));
+  }
+}
+
+TEST_F(CliTest, ScriptTimeOutOfTheProjectEndsARunawayScript) {
+  testing::WriteBytes(temp_.Join("one.txt"), "line\n");
+  const char* project =
+      "<Project ScriptTimeout=\"%s\"><Actions><Action Class=\"TBVReadTextFileAction\">"
+      "<Property Name=\"FileName\">one.txt</Property>"
+      "<Script Name=\"OnReadLine\">while (true) {}</Script></Action></Actions></Project>";
+  struct Case {
+    const char* timeout;
+    int status;
+    const char* expected;  // in standard output, or standard error for status 2
+  };
+  const Case cases[] = {
+      {"1", 1, "ran longer than the time limit of 1000 ms"},
+      {"0", 2, "p.bvproj:1: ScriptTimeout must be a whole number of seconds from 1 to 31536000"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.timeout);
+    char text[512];
+    std::snprintf(text, sizeof text, project, c.timeout);
+    Outcome outcome = WithRealPackages("run " + WriteProject(text));
+    EXPECT_EQ(outcome.status, c.status) << outcome.err;
+    EXPECT_NE((c.status == 2 ? outcome.err : outcome.out).find(c.expected), std::string::npos)
+        << outcome.out << outcome.err;
+  }
+}
+
+TEST_F(CliTest, ProjectThatIsNoSmallUtf8FileIsRefusedBeforeReading) {
+  std::filesystem::create_directories(temp_.Join("dir.bvproj"));
+  WriteProject("");
+  std::filesystem::resize_file(temp_.Join("p.bvproj"), (uint64_t{64} << 20) + 1);
+  testing::WriteBytes(temp_.Join("bad.bvproj"),
+                      "<Project>\n<Actions>\n<Action Class=\"TTestEchoAction\" Title=\"a\xff\"/>"
+                      "\n</Actions></Project>\n");
+  struct Case {
+    const char* project;
+    const char* error;
+  };
+  const Case cases[] = {
+      {"/dev/zero", "brivant: /dev/zero: not a regular file\n"},
+      {"dir.bvproj", "brivant: dir.bvproj: not a regular file\n"},
+      {"p.bvproj", "brivant: p.bvproj: larger than the 64 MB limit for project files\n"},
+      {"bad.bvproj", "brivant: bad.bvproj:3: invalid UTF-8 (byte 0xFF)\n"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.project);
+    // Without the checks /dev/zero is read until memory runs out.
+    Outcome outcome =
+        Brivant(std::string("run ") + c.project,
+                "ulimit -v 4000000; NO_COLOR=1 BRIVANT_PACKAGE_PATH=" + Quoted(kTestPackageDir));
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.err, c.error);
   }
 }
 

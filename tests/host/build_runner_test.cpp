@@ -460,9 +460,12 @@ TEST(StopSignalWatcherDeathTest, SecondSigintEndsTheProcessWithStatus130) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(
       {
-        auto watcher = platform::StopSignalWatcher::Start([] {});
-        std::raise(SIGINT);
-        std::raise(SIGINT);
+        {
+          // The watcher ends the process at the latest when it goes.
+          auto watcher = platform::StopSignalWatcher::Start([] {});
+          std::raise(SIGINT);
+          std::raise(SIGINT);
+        }
         std::exit(0);
       },
       ::testing::ExitedWithCode(130), "");

@@ -378,6 +378,19 @@ TEST_F(ScriptEngineTest, RunawayScriptStopsAtTheTimeLimit) {
             "script OnTest: ran longer than the time limit of 200 ms");
 }
 
+TEST_F(ScriptEngineTest, TimeOutOfTheCallReplacesTheEnginesLimit) {
+  if (!host::ScriptEngine::CanInterruptScripts())
+    GTEST_SKIP() << "this Duktape build cannot interrupt a running script";
+  TBVActionScript script("OnTest", {});
+  script.SetCode("for (;;) {}");
+  try {
+    engine.Run(action, script, nullptr, std::chrono::milliseconds(300));
+    ADD_FAILURE() << "the script was not stopped";
+  } catch (const EFailAction& error) {
+    EXPECT_STREQ(error.what(), "script OnTest: ran longer than the time limit of 300 ms (line 1)");
+  }
+}
+
 TEST_F(ScriptEngineTest, GreedyScriptStopsAtTheMemoryLimit) {
   host::ScriptEngine limited(host, {.heap_bytes = size_t{16} << 20});
   const char* rows[] = {

@@ -119,7 +119,8 @@ void TestHost::Sleep(uint32_t milliseconds) {
 }
 
 Variant TestHost::ExecuteScript(TCustomBVAction& action, const TBVActionScript& script,
-                                ScriptParameters* parameters) {
+                                ScriptParameters* parameters,
+                                std::chrono::milliseconds /*timeout*/) {
   if (!script_runner) throw EFailAction("the test host runs no scripts");
   return script_runner(action, script, parameters);
 }

@@ -86,7 +86,7 @@ class TestHost : public IBVActionHost {
   IBVProjectObjectService* GetProjectObjectService() override { return &objects_; }
   IBVOptionsStore* GetOptionsStore() override { return &options_; }
   Variant ExecuteScript(TCustomBVAction& action, const TBVActionScript& script,
-                        ScriptParameters* parameters) override;
+                        ScriptParameters* parameters, std::chrono::milliseconds timeout) override;
   ProcessOutcome RunProcess(const ProcessRequest& request,
                             const ProcessEvents& process_events) override;
 
