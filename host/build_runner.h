@@ -107,6 +107,7 @@ class BuildRunner final : public IBVActionHost {
   void Sleep(uint32_t milliseconds) override;
   IBVProjectObjectService* GetProjectObjectService() override { return &objects_; }
   IBVOptionsStore* GetOptionsStore() override { return options_store_; }
+  std::string GetProjectFileName() override { return project_.path; }
   Variant ExecuteScript(TCustomBVAction& action, const TBVActionScript& script,
                         ScriptParameters* parameters) override;
   ProcessOutcome RunProcess(const ProcessRequest& request, const ProcessEvents& events) override;

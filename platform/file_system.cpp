@@ -314,9 +314,16 @@ OsError RenameFile(const std::string& from, const std::string& to, IfTargetExist
   return OsError::FromCode(error, RenameFaultPath(error, from, to));
 }
 
-OsError DeleteFile(const std::string& path) {
+OsError LinkFile(const std::string& existing, const std::string& new_name) {
+  if (::link(existing.c_str(), new_name.c_str()) == 0) return {};
+  int error = errno;
+  return OsError::FromCode(error, error == EEXIST ? new_name : existing);
+}
+
+OsError DeleteFile(const std::string& path, ReadOnlyFile read_only) {
   struct stat existing;
-  if (::lstat(path.c_str(), &existing) == 0 && IsReadOnlyFile(existing)) {
+  if (read_only == ReadOnlyFile::kRefuse && ::lstat(path.c_str(), &existing) == 0 &&
+      IsReadOnlyFile(existing)) {
     return OsError::FromCode(EACCES, path);
   }
   if (::unlink(path.c_str()) == 0) return {};

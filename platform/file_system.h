@@ -165,9 +165,20 @@ class AtomicFileWriter {
 [[nodiscard]] OsError RenameFile(const std::string& from, const std::string& to,
                                  IfTargetExists if_exists);
 
+/// Gives the file `existing` the second name `new_name` (a hard link; a
+/// symbolic link is linked as a link). An existing `new_name` gives EEXIST;
+/// file systems without hard links give EPERM or ENOTSUP.
+[[nodiscard]] OsError LinkFile(const std::string& existing, const std::string& new_name);
+
+enum class ReadOnlyFile { kRefuse, kDelete };
+
 /// Removes a file; a symbolic link is removed as a link. A missing file is
-/// an error (ENOENT) so callers can tell whether something was deleted.
-[[nodiscard]] OsError DeleteFile(const std::string& path);
+/// an error (ENOENT) so callers can tell whether something was deleted. A
+/// read-only file gives EACCES unless `read_only` is kDelete; it is then
+/// unlinked as it is, never made writable first: another hard link to it may
+/// live outside the tree being cleaned, and its mode must not change.
+[[nodiscard]] OsError DeleteFile(const std::string& path,
+                                 ReadOnlyFile read_only = ReadOnlyFile::kRefuse);
 
 /// The process's working directory as an absolute path.
 [[nodiscard]] OsResult<std::string> GetCurrentDirectory();
