@@ -1,0 +1,173 @@
+// The faults found by trying to break the file actions as a hostile user
+// would: second names for one file, hard links to files outside the tree,
+// variables that expand to empty, trees that hold the project file.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+
+#include "actions/files/copy_files_action.h"
+#include "actions/files/delete_directory_action.h"
+#include "actions/files/delete_files_action.h"
+#include "actions/files/move_files_action.h"
+#include "actions/files/touch_files_action.h"
+#include "actions/text/write_to_text_file_action.h"
+#include "tests/actions/files/file_action_fixture.h"
+
+namespace brivant::testing {
+namespace {
+
+namespace fs = std::filesystem;
+using FileSafetyTest = FileActionTest;
+
+bool Logged(const TestHost& host, TStatusTag tag, const std::string& text) {
+  for (const std::string& line : host.Texts(tag))
+    if (line.find(text) != std::string::npos) return true;
+  return false;
+}
+
+// --- Data loss and writes outside the target ---
+
+TEST_F(FileSafetyTest, MoveOntoItselfThroughLinkKeepsTheFile) {
+  MakeFile("a.txt", "content");
+  fs::create_symlink("a.txt", Path("l.txt"));
+  TMoveFilesAction move;
+  Set(move, "FileSpec", Path("l.txt"));
+  Set(move, "Target", Path("a.txt"));
+  TestHost host;
+  EXPECT_TRUE(host.Run(move));
+  EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(Path("a.txt"))));
+  EXPECT_EQ(ReadBytes(Path("a.txt")), "content");
+  EXPECT_TRUE(Logged(host, stInfo, "Skipping same file " + Path("l.txt")));
+}
+
+TEST_F(FileSafetyTest, CopyOntoItselfFailsAsFileInUse) {
+  MakeFile("a.txt", "content");
+  fs::create_symlink("a.txt", Path("l.txt"));
+  struct Row {
+    std::string spec, target;
+  } rows[] = {{"a.txt", "a.txt"}, {"a.txt", "./a.txt"}, {"a.txt", "l.txt"}, {"a.*", "."}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.spec + " -> " + row.target);
+    TCopyFilesAction copy;
+    Set(copy, "FileSpec", Path(row.spec));
+    Set(copy, "Target", Path(row.target));
+    TestHost host;
+    EXPECT_FALSE(host.Run(copy));
+    EXPECT_TRUE(Logged(host, stError, "Win32 Error : Device or resource busy"));
+    EXPECT_TRUE(Logged(host, stError, "Failed to copy File : " + Path("a.txt")));
+    EXPECT_EQ(ReadBytes(Path("a.txt")), "content");
+    EXPECT_TRUE(fs::is_symlink(Path("l.txt")));
+  }
+}
+
+TEST_F(FileSafetyTest, PrependKeepsModeAndRefusesReadOnlyFiles) {
+  MakeFile("run.sh", "old");
+  fs::permissions(Path("run.sh"), fs::perms(0750));
+  MakeFile("ro.txt", "old");
+  MakeReadOnly("ro.txt");
+  for (const char* name : {"run.sh", "ro.txt"}) {
+    TBVWriteToTextFileAction write;
+    Set(write, "FileName", Path(name));
+    Set(write, "NewContent", std::string("new"));
+    Set(write, "WriteToPosition", int64_t{toStart});
+    TestHost host;
+    EXPECT_EQ(host.Run(write), std::string(name) == "run.sh") << name;
+  }
+  EXPECT_EQ(ReadBytes(Path("run.sh")), "new\r\nold");
+  EXPECT_EQ(fs::status(Path("run.sh")).permissions(), fs::perms(0750));
+  EXPECT_EQ(ReadBytes(Path("ro.txt")), "old");
+  EXPECT_FALSE(IsOwnerWritable("ro.txt"));
+  EXPECT_FALSE(Exists("ro.temp0") || Exists("run.temp0"));
+}
+
+TEST_F(FileSafetyTest, DeleteReadOnlyLeavesTheModeOfHardLinksOutside) {
+  MakeFile("outside/keep.txt");
+  MakeReadOnly("outside/keep.txt");
+  for (const char* name : {"files/link.txt", "tree/sub/link.txt"}) {
+    MakeDirectory(fs::path(name).parent_path());
+    fs::create_hard_link(Path("outside/keep.txt"), Path(name));
+  }
+  TDeleteFilesAction delete_files;
+  Set(delete_files, "FileSpec", Path("files/*"));
+  Set(delete_files, "DeleteReadOnly", true);
+  TDeleteDirectoryAction delete_tree;
+  Set(delete_tree, "FileOrDirectory", Path("tree"));
+  Set(delete_tree, "DeleteTree", true);
+  Set(delete_tree, "DeleteReadOnly", true);
+  TestHost host;
+  EXPECT_TRUE(host.Run(delete_files));
+  EXPECT_TRUE(host.Run(delete_tree));
+  EXPECT_FALSE(Exists("files/link.txt") || Exists("tree"));
+  EXPECT_FALSE(IsOwnerWritable("outside/keep.txt"));
+}
+
+TEST_F(FileSafetyTest, CopyRemovesTemporariesOfEndedProcessesOnly) {
+  MakeFile("src/a.txt", "a");
+  MakeFile("out/.a.txt.copy-999999999-0", "partial of an ended process");
+  MakeFile("out/.a.txt.copy-1-0", "pid 1 still runs");
+  TCopyFilesAction copy;
+  Set(copy, "FileSpec", Path("src/a.txt"));
+  Set(copy, "Target", Path("out/a.txt"));
+  TestHost host;
+  EXPECT_TRUE(host.Run(copy));
+  EXPECT_FALSE(Exists("out/.a.txt.copy-999999999-0"));
+  EXPECT_TRUE(Exists("out/.a.txt.copy-1-0"));
+}
+
+// --- Guard rails ---
+
+TEST_F(FileSafetyTest, PathsReachingTheRootAreRefused) {
+  MakeFile("src/a.txt");
+  auto copy = std::make_unique<TCopyFilesAction>();
+  Set(*copy, "FileSpec", Path("src/*"));
+  Set(*copy, "Target", std::string("%E%/"));
+  auto delete_files = std::make_unique<TDeleteFilesAction>();
+  Set(*delete_files, "FileSpec", std::string("%E%/*"));
+  auto touch = std::make_unique<TTouchFilesAction>();
+  Set(*touch, "FileSpec", std::string("$(E)/%F%"));
+  auto delete_tree = std::make_unique<TDeleteDirectoryAction>();
+  Set(*delete_tree, "FileOrDirectory", std::string("%E%/%F%"));
+  Set(*delete_tree, "DeleteTree", true);
+  struct Row {
+    TCustomBVAction* action;
+    std::string expected;
+  } rows[] = {
+      {copy.get(), "refusing Target \"%E%/\": it leads to \"/*\""},
+      {delete_files.get(), "refusing FileSpec \"%E%/*\": it leads to \"/*\""},
+      {touch.get(), "refusing FileSpec \"$(E)/%F%\": it leads to \"/tmp\""},
+      {delete_tree.get(), "refusing FileOrDirectory \"%E%/%F%\": it leads to \"/tmp\""},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.expected);
+    TestHost host;
+    host.Define("E");
+    host.Define("F", Variant(std::string("tmp")));
+    EXPECT_FALSE(host.Run(*row.action));
+    std::vector<std::string> errors = host.Texts(stError);
+    ASSERT_FALSE(errors.empty());
+    EXPECT_EQ(errors.back().substr(0, row.expected.size()), row.expected);
+    bool only_e = row.action != touch.get();
+    EXPECT_TRUE(errors.back().ends_with(only_e ? "(empty once expanded: %E%)"
+                                               : "(empty once expanded: $(E))"));
+  }
+}
+
+TEST_F(FileSafetyTest, DeleteTreeRefusesDotsAndTheProjectDirectory) {
+  MakeFile("project/build.bvproj");
+  MakeFile("project/sub/a.txt");
+  for (const std::string& dir : {Path("project/sub/."), Path("project/sub/.."), Path("project")}) {
+    SCOPED_TRACE(dir);
+    TDeleteDirectoryAction action;
+    Set(action, "FileOrDirectory", dir);
+    Set(action, "DeleteTree", true);
+    TestHost host;
+    host.project_file = Path("project/build.bvproj");
+    EXPECT_FALSE(host.Run(action));
+    EXPECT_TRUE(Logged(host, stError, "refusing to delete"));
+    EXPECT_TRUE(Exists("project/sub/a.txt"));
+  }
+}
+
+}  // namespace
+}  // namespace brivant::testing
