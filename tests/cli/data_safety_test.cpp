@@ -18,9 +18,9 @@ std::string Shell(const std::string& dir, const std::string& script) {
   std::string output;
   FILE* pipe = ::popen(("/bin/sh '" + dir + "/script.sh' 2>&1; echo exit $?").c_str(), "r");
   char buffer[4096];
-  for (size_t got; pipe != nullptr && (got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+  for (size_t got; (got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
     output.append(buffer, got);
-  if (pipe != nullptr) ::pclose(pipe);
+  ::pclose(pipe);
   return output;
 }
 

@@ -101,19 +101,6 @@ TEST_F(FileSafetyTest, DeleteReadOnlyLeavesTheModeOfHardLinksOutside) {
   EXPECT_FALSE(IsOwnerWritable("outside/keep.txt"));
 }
 
-TEST_F(FileSafetyTest, CopyRemovesTemporariesOfEndedProcessesOnly) {
-  MakeFile("src/a.txt", "a");
-  MakeFile("out/.a.txt.copy-999999999-0", "partial of an ended process");
-  MakeFile("out/.a.txt.copy-1-0", "pid 1 still runs");
-  TCopyFilesAction copy;
-  Set(copy, "FileSpec", Path("src/a.txt"));
-  Set(copy, "Target", Path("out/a.txt"));
-  TestHost host;
-  EXPECT_TRUE(host.Run(copy));
-  EXPECT_FALSE(Exists("out/.a.txt.copy-999999999-0"));
-  EXPECT_TRUE(Exists("out/.a.txt.copy-1-0"));
-}
-
 // --- Guard rails ---
 
 TEST_F(FileSafetyTest, PathsReachingTheRootAreRefused) {
