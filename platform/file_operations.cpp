@@ -49,20 +49,19 @@ class PartialFile {
   // Creates a fresh name beside `target`; returns the descriptor or -errno.
   // A process-wide counter makes names unique among threads and the pid
   // among processes; O_EXCL settles whatever is left.
-  int CreateBeside(const std::string& target, mode_t mode, IfTargetExists if_exists) {
+  int CreateBeside(const std::string& target, mode_t mode) {
     static std::atomic<uint64_t> counter{0};
+    // Asked once: the pid only names the file, and O_EXCL keeps it unique.
+    static const std::string pid = std::to_string(::getpid());
     size_t slash = target.rfind('/');
     std::string stem = target.substr(slash == std::string::npos ? 0 : slash + 1);
     std::string directory = slash == std::string::npos ? "" : target.substr(0, slash + 1);
-    stem =
-        "." + stem.substr(0, kMaxTemporaryNameStem) + kTemporaryMarker + std::to_string(::getpid());
+    stem = "." + stem.substr(0, kMaxTemporaryNameStem) + kTemporaryMarker + pid;
     for (int attempt = 0; attempt < 100; ++attempt) {
       std::string candidate = directory + stem + "-" + std::to_string(counter++);
       int fd = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
       if (fd >= 0) {
         path_ = std::move(candidate);
-        final_path_ = target;
-        if_exists_ = if_exists;
         return fd;
       }
       if (errno != EEXIST) return -errno;
@@ -70,17 +69,19 @@ class PartialFile {
     return -EEXIST;
   }
 
-  // Puts the finished copy in place; returns 0 or the errno of the rename
-  // (EEXIST when a new target was created by someone else meanwhile).
-  int Commit() {
+  const std::string& Path() const { return path_; }
+
+  // Puts the finished copy in place as `final_path`; returns 0 or the errno
+  // of the rename (EEXIST for an existing file with kFail).
+  int Commit(const std::string& final_path, IfTargetExists if_exists) {
     int result =
-        if_exists_ == IfTargetExists::kFail
-            ? ::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, final_path_.c_str(), RENAME_NOREPLACE)
-            : ::rename(path_.c_str(), final_path_.c_str());
-    if (result != 0 && if_exists_ == IfTargetExists::kFail &&
+        if_exists == IfTargetExists::kFail
+            ? ::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, final_path.c_str(), RENAME_NOREPLACE)
+            : ::rename(path_.c_str(), final_path.c_str());
+    if (result != 0 && if_exists == IfTargetExists::kFail &&
         (errno == EINVAL || errno == ENOSYS || errno == ENOTSUP)) {
       // The file system can't refuse atomically: link, then drop the name.
-      result = ::link(path_.c_str(), final_path_.c_str());
+      result = ::link(path_.c_str(), final_path.c_str());
       if (result == 0) ::unlink(path_.c_str());
     }
     if (result != 0) return errno;
@@ -90,8 +91,6 @@ class PartialFile {
 
  private:
   std::string path_;
-  std::string final_path_;
-  IfTargetExists if_exists_ = IfTargetExists::kFail;
 };
 
 // Whether a ".NAME.copy-PID-N" belongs to a process that no longer runs.
@@ -309,36 +308,18 @@ std::string DirectoryPart(const std::string& path) {
   return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
 }
 
-// Every copy is written under a temporary name beside the file it becomes
-// and renamed into place only when finished, so that a failed, cancelled or
-// killed copy never leaves a partial file under the target's name, where a
-// later copy would take it as up to date. An existing target is judged
-// first. Returns the descriptor or the error, naming `target`.
-OsResult<int> CreateOutput(const struct stat& source_info, const std::string& target,
-                           bool fail_if_exists, PartialFile* output) {
-  std::string written = target;
-  IfTargetExists if_exists = IfTargetExists::kFail;
-  struct stat existing;
-  if (::lstat(target.c_str(), &existing) == 0) {
-    if (fail_if_exists) return OsError::FromCode(EEXIST, target);
-    // The Windows copy holds its source open when it opens the target: the
-    // same file under a second name (a link, "./a") is a file in use.
-    struct stat followed;
-    if (::stat(target.c_str(), &followed) == 0 && followed.st_dev == source_info.st_dev &&
-        followed.st_ino == source_info.st_ino) {
-      return OsError::FromCode(EBUSY, target);
-    }
-    OsResult<std::string> replaced = CheckTarget(target);
-    if (!replaced.IsOk()) return replaced.Error();
-    written = replaced.Value();
-    if_exists = IfTargetExists::kReplace;
-  } else if (errno != ENOENT) {
-    return OsError::FromCode(errno, target);
+// The file an existing target stands for, judged only once a finished copy
+// finds it in the way: the source itself under another name (a link, "./a")
+// is a file in use, as the Windows copy holds its source open when it opens
+// the target; otherwise CheckTarget decides.
+OsResult<std::string> JudgeExistingTarget(const struct stat& source_info,
+                                          const std::string& target) {
+  struct stat followed;
+  if (::stat(target.c_str(), &followed) == 0 && followed.st_dev == source_info.st_dev &&
+      followed.st_ino == source_info.st_ino) {
+    return OsError::FromCode(EBUSY, target);
   }
-  RemoveStaleTemporaries(DirectoryPart(written));
-  int fd = output->CreateBeside(written, source_info.st_mode & 0777, if_exists);
-  if (fd < 0) return OsError::FromCode(-fd, target);
-  return fd;
+  return CheckTarget(target);
 }
 
 OsResult<struct stat> CheckSource(const std::string& source, int input) {
@@ -364,16 +345,29 @@ OsError CopyFileWithProgress(const std::string& source, const std::string& targe
   OsResult<struct stat> source_info = CheckSource(source, input.Get());
   if (!source_info.IsOk()) return source_info.Error();
 
+  // Every copy is written under a temporary name beside its target and
+  // renamed into place only when finished, so that a failed, cancelled or
+  // killed copy never leaves a partial file under the target's name, where a
+  // later copy would take it as up to date. The rename refuses to replace,
+  // so a new target, the common case, costs no look beforehand; an existing
+  // one is judged when it is found in the way.
   const struct stat& info = source_info.Value();
+  RemoveStaleTemporaries(DirectoryPart(target));
   PartialFile partial;
-  OsResult<int> created = CreateOutput(info, target, fail_if_exists, &partial);
-  if (!created.IsOk()) return created.Error();
-  FileDescriptor output(created.Value());
+  FileDescriptor output(partial.CreateBeside(target, info.st_mode & 0777));
+  if (output.Get() < 0) return OsError::FromCode(-output.Get(), target);
   ContentCopier copier(input.Get(), output.Get(), static_cast<uint64_t>(info.st_size));
   if (OsError error = CopyContent(&copier, source, target, progress, cancel)) return error;
   if (int error = FinishOutput(&output, input.Get(), info)) return OsError::FromCode(error, target);
-  if (int error = partial.Commit()) return OsError::FromCode(error, target);
-  return {};
+  int error = partial.Commit(target, IfTargetExists::kFail);
+  if (error != EEXIST || fail_if_exists)
+    return error == 0 ? OsError{} : OsError::FromCode(error, target);
+  OsResult<std::string> replaced = JudgeExistingTarget(info, target);
+  if (!replaced.IsOk()) return replaced.Error();
+  error = partial.Commit(replaced.Value(), IfTargetExists::kReplace);
+  if (error != EXDEV) return error == 0 ? OsError{} : OsError::FromCode(error, target);
+  // A link that leads to another file system: the finished copy goes there.
+  return CopyFileWithProgress(partial.Path(), replaced.Value(), false, {}, cancel);
 }
 
 OsError MoveFileWithProgress(const std::string& source, const std::string& target,

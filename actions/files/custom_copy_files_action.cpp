@@ -170,9 +170,10 @@ bool TCustomCopyFilesAction::DoRecursiveCopyMove(const std::string& spec, const 
   const bool has_wildcards = platform::HasWildcards(spec);
   const std::string directory = ExtractFilePath(spec);  // with its trailing '/'
   platform::OsResult<std::vector<platform::FoundEntry>> found =
-      // The copy carries the DOS attribute word itself; the search need not read it.
-      platform::FindFiles(spec, platform::kFindAnyAttribute,
-                          platform::FindDetail::kWithoutStoredBits);
+      // Only names and kinds are used here: the copy reads the mode, times and
+      // DOS attribute word from the source itself, so the search spares an
+      // lstat per file.
+      platform::FindFiles(spec, platform::kFindAnyAttribute, platform::FindDetail::kNamesAndKinds);
   if (!found.IsOk()) {
     CloseFileGroup();
     SendMessage("could not search " + spec + ": " + found.Error().message, stError);
