@@ -220,10 +220,12 @@ OsError AtomicFileWriter::Write(std::string_view bytes) {
   return {};
 }
 
-OsResult<AppendedFile> AtomicFileWriter::AppendFile(const std::string& source) {
+OsResult<AppendedFile> AtomicFileWriter::AppendFile(const std::string& source, uint64_t offset) {
   if (fd_ < 0) return OsError::FromCode(EBADF, path_);
   FileDescriptor input(::open(source.c_str(), O_RDONLY | O_CLOEXEC));
   if (input.Get() < 0) return OsError::FromCode(errno, source);
+  if (offset > 0 && ::lseek(input.Get(), static_cast<off_t>(offset), SEEK_SET) < 0)
+    return OsError::FromCode(errno, source);
   constexpr size_t kBlockSize = 256 * 1024;
   std::string block(kBlockSize, '\0');
   AppendedFile appended;

@@ -122,9 +122,9 @@ class AtomicFileWriter {
 
   [[nodiscard]] OsError Write(std::string_view bytes);
 
-  /// Appends the whole content of the file `source` in blocks, so memory
-  /// stays flat in its size. A read failure names `source`.
-  [[nodiscard]] OsResult<AppendedFile> AppendFile(const std::string& source);
+  /// Appends the content of the file `source` from byte `offset` on, in
+  /// blocks, so memory stays flat in its size. A read failure names `source`.
+  [[nodiscard]] OsResult<AppendedFile> AppendFile(const std::string& source, uint64_t offset = 0);
 
   /// Puts the new content in place. Once called, the writer is spent.
   [[nodiscard]] OsError Commit();

@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include "package/string_utils.h"
+#include "platform/file_operations.h"
 #include "platform/file_system.h"
 #include "platform/file_update_lock.h"
 
@@ -150,19 +151,24 @@ bool TBVWriteToTextFileAction::WritePrepended(const std::string& path, const std
                                               const std::string& new_text, TEncodingType encoding,
                                               platform::AtomicFileWriter* writer) {
   // The old bytes follow the new text unchanged, so nothing of them is lost
-  // to a decoding round trip.
-  platform::OsResult<std::string> old_bytes = platform::ReadFile(temporary);
-  if (!old_bytes.IsOk()) {
-    SendMessage("Could not read text file " + temporary + ": " + old_bytes.Error().message,
-                stError);
+  // to a decoding round trip; they are streamed, so a large file costs no
+  // memory. Only their byte-order mark goes.
+  platform::OsResult<std::string> prefix =
+      platform::ReadFilePrefix(temporary, kEncodingDetectionBytes);
+  platform::OsResult<uint64_t> size = platform::GetFileSize(temporary);
+  if (!prefix.IsOk() || !size.IsOk()) {
+    const platform::OsError& error = prefix.IsOk() ? size.Error() : prefix.Error();
+    SendMessage("Could not read text file " + temporary + ": " + error.message, stError);
     return false;
   }
-  std::string_view old_text = old_bytes.Value();
-  old_text.remove_prefix(ByteOrderMark(DetectEncoding(old_text)).size());
+  const uint64_t mark = ByteOrderMark(DetectEncoding(prefix.Value())).size();
   platform::OsError error = writer->Write(new_text);
-  if (!error && !old_text.empty()) {
+  if (!error && size.Value() > mark) {
     error = writer->Write(EncodeText(kLineBreak, encoding, false).Value());
-    if (!error) error = writer->Write(old_text);
+    if (!error) {
+      platform::OsResult<platform::AppendedFile> appended = writer->AppendFile(temporary, mark);
+      if (!appended.IsOk()) error = appended.Error();
+    }
   }
   if (!error) error = writer->Commit();
   if (!error) return true;
