@@ -24,11 +24,6 @@ std::string Shell(const std::string& dir, const std::string& script) {
   return output;
 }
 
-std::string Soak(const std::string& kind) {
-  testing::ScopedTempDir temp;
-  return Shell(temp.path(), "'" BRIVANT_SOAK_SCRIPT "' \"$B\" 10 " + kind);
-}
-
 // A project of one action; each argument is "Property=value".
 const char kProjectFunction[] = R"(project() {
   out=$1; class=$2; shift 2
@@ -41,7 +36,8 @@ const char kProjectFunction[] = R"(project() {
 // --- Data loss and writes outside the target ---
 
 TEST(DataSafety, KilledPrependNeverLeavesTheFileMissing) {
-  std::string output = Soak("prepend");
+  testing::ScopedTempDir temp;
+  std::string output = Shell(temp.path(), "'" BRIVANT_SOAK_SCRIPT "' \"$B\" 10 prepend");
   EXPECT_NE(output.find("\n10 trials, 0 damaged\nexit 0"), std::string::npos) << output;
 }
 
@@ -60,7 +56,8 @@ echo "$(grep -c '^appended' f.txt) appended, $(grep -c '^prepended' f.txt) prepe
 }
 
 TEST(DataSafety, KilledCopyLeavesNoPartialTarget) {
-  std::string output = Soak("copy");
+  testing::ScopedTempDir temp;
+  std::string output = Shell(temp.path(), "'" BRIVANT_SOAK_SCRIPT "' \"$B\" 10 copy");
   EXPECT_NE(output.find("copy: 10 trials, 0 damaged   (temporary copies left after the next "
                         "copy: 0)\n10 trials, 0 damaged\nexit 0"),
             std::string::npos)
