@@ -21,7 +21,8 @@ namespace fs = std::filesystem;
 using FileSafetyTest = FileActionTest;
 
 bool Logged(const TestHost& host, TStatusTag tag, const std::string& text) {
-  return std::ranges::any_of(host.Texts(tag), [&](auto& line) { return line.contains(text); });
+  std::vector<std::string> lines = host.Texts(tag);
+  return std::ranges::any_of(lines, [&](auto& line) { return line.find(text) != line.npos; });
 }
 
 // --- Data loss and writes outside the target ---
