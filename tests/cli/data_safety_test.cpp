@@ -25,8 +25,7 @@ std::string Shell(const std::string& dir, const std::string& script) {
 }
 
 // A project of one action; each argument is "Property=value".
-const char kProjectFunction[] = R"(project() {
-  out=$1; class=$2; shift 2
+const char kProjectFunction[] = R"(project() { out=$1; class=$2; shift 2
   { echo "<Project><Actions><Action Class=\"$class\">"
     for p in "$@"; do echo "<Property Name=\"${p%%=*}\">${p#*=}</Property>"; done
     echo "</Action></Actions></Project>"; } >"$out"
