@@ -18,7 +18,7 @@ start_bench() {
   for class in "$@"; do
     grep -qx "$class" <<<"$classes" || die "$brivant has no $class"
   done
-  scratch=$(mktemp -d "/tmp/brivant-$bench_name.XXXXXX")
+  scratch=$(mktemp -d "${TMPDIR:-/tmp}/brivant-$bench_name.XXXXXX")
   trap 'rm -rf "$scratch"' EXIT
   trap 'exit 130' INT TERM
 }

@@ -13,6 +13,7 @@
 #include "package/exceptions.h"
 #include "package/file_set_base_action.h"
 #include "platform/environment.h"
+#include "platform/paths.h"
 #include "platform/process_tree.h"
 #include "platform/signals.h"
 #include "platform/terminal.h"
@@ -70,6 +71,9 @@ BuildRunner::BuildRunner(Project& project, LogSink& sink, const Defines& defines
       default_options_store_(OptionsFilePath()),
       options_store_(&default_options_store_),
       script_engine_(*this, ScriptLimits{project.script_timeout}) {
+  // Absolute now: an action may change the working directory before another
+  // asks where the project file is.
+  if (!project.path.empty()) project_file_ = platform::AbsoluteNormalPath(project.path);
   for (const ProjectVariable& variable : project.variables)
     variables_.Set(variable.name, variable.value);
   for (const FileSetDefinition& definition : project.file_sets) {

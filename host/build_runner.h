@@ -109,6 +109,7 @@ class BuildRunner final : public IBVActionHost {
   void Sleep(uint32_t milliseconds) override;
   IBVProjectObjectService* GetProjectObjectService() override { return &objects_; }
   IBVOptionsStore* GetOptionsStore() override { return options_store_; }
+  std::string GetProjectFileName() override { return project_file_; }
   Variant ExecuteScript(TCustomBVAction& action, const TBVActionScript& script,
                         ScriptParameters* parameters, std::chrono::milliseconds timeout) override;
   ProcessOutcome RunProcess(const ProcessRequest& request, const ProcessEvents& events) override;
@@ -144,6 +145,7 @@ class BuildRunner final : public IBVActionHost {
   std::optional<std::string> Resolve(const std::string& name) const;
 
   Project& project_;
+  std::string project_file_;  // absolute; empty without a file
   LogSink& sink_;
   VariableStore variables_;
   std::vector<DefineError> define_errors_;  // reported with the validation

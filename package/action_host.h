@@ -131,6 +131,10 @@ class IBVActionHost {
 
   virtual IBVProjectObjectService* GetProjectObjectService() = 0;
   virtual IBVOptionsStore* GetOptionsStore() = 0;
+  // The path of the project file being run, as the host was given it; empty
+  // when there is none (a designer, a test). Actions that delete trees keep
+  // away from it.
+  virtual std::string GetProjectFileName() { return {}; }
 
   // Runs a script with the action as "Action" and the given parameters.
   // Returns the script's result; throws EFailAction when the script fails,

@@ -1,6 +1,8 @@
 #include "platform/file_operations.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/xattr.h>
@@ -9,9 +11,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <memory>
+#include <mutex>
+#include <unordered_set>
 
 #include "platform/file_descriptor.h"
 
@@ -26,9 +32,11 @@ constexpr size_t kFallbackBuffer = 1 << 20;
 constexpr size_t kMaxTemporaryNameStem = 200;
 constexpr char kDosAttributeName[] = "user.DOSATTRIB";
 
+constexpr char kTemporaryMarker[] = ".copy-";
 
-// The file a copy writes: the target itself when it did not exist, else a
-// temporary beside it. Removed on every exit unless committed.
+// A temporary copy beside its target, removed on every exit unless
+// committed. Its name, ".NAME.copy-PID-N", tells whose it is, so that one
+// left by a killed copy can be recognised and removed later.
 class PartialFile {
  public:
   PartialFile() = default;
@@ -38,30 +46,22 @@ class PartialFile {
   PartialFile(const PartialFile&) = delete;
   PartialFile& operator=(const PartialFile&) = delete;
 
-  // Creates `target` if it does not exist; returns the descriptor or -errno
-  // (-EEXIST for anything already there, a dangling link included).
-  int CreateTarget(const std::string& target, mode_t mode) {
-    int fd = ::open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-    if (fd < 0) return -errno;
-    path_ = target;
-    return fd;
-  }
-
   // Creates a fresh name beside `target`; returns the descriptor or -errno.
   // A process-wide counter makes names unique among threads and the pid
   // among processes; O_EXCL settles whatever is left.
   int CreateBeside(const std::string& target, mode_t mode) {
     static std::atomic<uint64_t> counter{0};
+    // Asked once: the pid only names the file, and O_EXCL keeps it unique.
+    static const std::string pid = std::to_string(::getpid());
     size_t slash = target.rfind('/');
     std::string stem = target.substr(slash == std::string::npos ? 0 : slash + 1);
     std::string directory = slash == std::string::npos ? "" : target.substr(0, slash + 1);
-    stem = "." + stem.substr(0, kMaxTemporaryNameStem) + ".copy-" + std::to_string(::getpid());
+    stem = "." + stem.substr(0, kMaxTemporaryNameStem) + kTemporaryMarker + pid;
     for (int attempt = 0; attempt < 100; ++attempt) {
       std::string candidate = directory + stem + "-" + std::to_string(counter++);
       int fd = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
       if (fd >= 0) {
         path_ = std::move(candidate);
-        final_path_ = target;
         return fd;
       }
       if (errno != EEXIST) return -errno;
@@ -69,17 +69,65 @@ class PartialFile {
     return -EEXIST;
   }
 
-  // Puts the finished copy in place; returns 0 or the errno of the rename.
-  int Commit() {
-    if (!final_path_.empty() && ::rename(path_.c_str(), final_path_.c_str()) != 0) return errno;
+  const std::string& Path() const { return path_; }
+
+  // Puts the finished copy in place as `final_path`; returns 0 or the errno
+  // of the rename (EEXIST for an existing file with kFail).
+  int Commit(const std::string& final_path, IfTargetExists if_exists) {
+    int result =
+        if_exists == IfTargetExists::kFail
+            ? ::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, final_path.c_str(), RENAME_NOREPLACE)
+            : ::rename(path_.c_str(), final_path.c_str());
+    if (result != 0 && if_exists == IfTargetExists::kFail &&
+        (errno == EINVAL || errno == ENOSYS || errno == ENOTSUP)) {
+      // The file system can't refuse atomically: link, then drop the name.
+      result = ::link(path_.c_str(), final_path.c_str());
+      if (result == 0) ::unlink(path_.c_str());
+    }
+    if (result != 0) return errno;
     path_.clear();
     return 0;
   }
 
  private:
   std::string path_;
-  std::string final_path_;  // empty when path_ is the target itself
 };
+
+// Whether a ".NAME.copy-PID-N" belongs to a process that no longer runs.
+bool IsStaleTemporary(const char* name) {
+  if (name[0] != '.') return false;
+  const char* marker = std::strstr(name + 1, kTemporaryMarker);
+  if (marker == nullptr) return false;
+  // The marker may occur in NAME too; the pid follows its last occurrence.
+  while (const char* next = std::strstr(marker + 1, kTemporaryMarker)) marker = next;
+  char* end = nullptr;
+  long pid = std::strtol(marker + sizeof kTemporaryMarker - 1, &end, 10);
+  if (pid <= 0 || *end != '-' || pid == ::getpid()) return false;
+  for (const char* digit = end + 1; *digit != '\0'; ++digit) {
+    if (*digit < '0' || *digit > '9') return false;
+  }
+  return end[1] != '\0' && ::kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH;
+}
+
+// Removes the temporary copies that killed copies left in `directory`, once
+// per directory and process: the first copy into it pays one listing, later
+// ones nothing. A pid that is in use again keeps its files until that
+// process ends.
+void RemoveStaleTemporaries(const std::string& directory) {
+  static std::mutex mutex;
+  static std::unordered_set<std::string> swept;
+  {
+    std::lock_guard<std::mutex> lock(mutex);
+    if (!swept.insert(directory).second) return;
+  }
+  DIR* listing = ::opendir(directory.empty() ? "." : directory.c_str());
+  if (listing == nullptr) return;
+  int fd = ::dirfd(listing);
+  while (struct dirent* entry = ::readdir(listing)) {
+    if (IsStaleTemporary(entry->d_name)) ::unlinkat(fd, entry->d_name, 0);
+  }
+  ::closedir(listing);
+}
 
 // Failures that say "this file system pair can't do copy_file_range", as
 // opposed to a failure of the copy itself.
@@ -178,10 +226,39 @@ int CopyDosAttributes(int from, int to) {
   return errno == ENOTSUP || errno == EPERM ? 0 : errno;
 }
 
-// Mode and times go on last: writing would move the time again.
+// The process's umask, read once without changing it (umask(2) can only
+// read it by setting it, which would race with other threads); -1 when
+// unknown.
+int ProcessUmask() {
+  static const int umask = [] {
+    FILE* status = std::fopen("/proc/self/status", "re");
+    if (status == nullptr) return -1;
+    char line[256];
+    unsigned int value = 0;
+    bool found = false;
+    while (!found && std::fgets(line, sizeof line, status) != nullptr) {
+      found = std::sscanf(line, "Umask: %o", &value) == 1;
+    }
+    std::fclose(status);
+    return found ? static_cast<int>(value) : -1;
+  }();
+  return umask;
+}
+
+// The mode a file created with `mode` already has, so that a copy need not
+// set it again; a mode no file has when that cannot be known.
+mode_t CreatedMode(mode_t mode) {
+  int umask = ProcessUmask();
+  return umask < 0 ? static_cast<mode_t>(-1) : mode & ~static_cast<mode_t>(umask);
+}
+
+// Mode and times go on last: writing would move the time again. The mode is
+// set only when the create did not already give it, which saves a system
+// call on nearly every file of a tree.
 int FinishOutput(FileDescriptor* file, int from, const struct stat& source_info) {
-  if (::fchmod(file->Get(), source_info.st_mode & 07777) != 0 && errno != EPERM &&
-      errno != ENOTSUP) {
+  const mode_t wanted = source_info.st_mode & 07777;
+  if (CreatedMode(wanted & 0777) != wanted && ::fchmod(file->Get(), wanted) != 0 &&
+      errno != EPERM && errno != ENOTSUP) {
     return errno;
   }
   if (int error = CopyDosAttributes(from, file->Get())) return error;
@@ -226,21 +303,23 @@ OsResult<std::string> CheckTarget(const std::string& target) {
   return path;
 }
 
-// A new target is written in place: creating it exclusively is also the
-// test that it did not exist (one system call less per file of a fresh
-// tree), and a failed copy removes it, leaving nothing behind. An existing
-// target is judged first and then replaced only by the finished copy.
-// Returns the descriptor or the error, naming `target`.
-OsResult<int> CreateOutput(const std::string& target, bool fail_if_exists, mode_t mode,
-                           PartialFile* output) {
-  int fd = output->CreateTarget(target, mode);
-  if (fd >= 0) return fd;
-  if (fd != -EEXIST || fail_if_exists) return OsError::FromCode(-fd, target);
-  OsResult<std::string> replaced = CheckTarget(target);
-  if (!replaced.IsOk()) return replaced.Error();
-  fd = output->CreateBeside(replaced.Value(), mode);
-  if (fd < 0) return OsError::FromCode(-fd, target);
-  return fd;
+std::string DirectoryPart(const std::string& path) {
+  size_t slash = path.rfind('/');
+  return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
+}
+
+// The file an existing target stands for, judged only once a finished copy
+// finds it in the way: the source itself under another name (a link, "./a")
+// is a file in use, as the Windows copy holds its source open when it opens
+// the target; otherwise CheckTarget decides.
+OsResult<std::string> JudgeExistingTarget(const struct stat& source_info,
+                                          const std::string& target) {
+  struct stat followed;
+  if (::stat(target.c_str(), &followed) == 0 && followed.st_dev == source_info.st_dev &&
+      followed.st_ino == source_info.st_ino) {
+    return OsError::FromCode(EBUSY, target);
+  }
+  return CheckTarget(target);
 }
 
 OsResult<struct stat> CheckSource(const std::string& source, int input) {
@@ -266,16 +345,29 @@ OsError CopyFileWithProgress(const std::string& source, const std::string& targe
   OsResult<struct stat> source_info = CheckSource(source, input.Get());
   if (!source_info.IsOk()) return source_info.Error();
 
+  // Every copy is written under a temporary name beside its target and
+  // renamed into place only when finished, so that a failed, cancelled or
+  // killed copy never leaves a partial file under the target's name, where a
+  // later copy would take it as up to date. The rename refuses to replace,
+  // so a new target, the common case, costs no look beforehand; an existing
+  // one is judged when it is found in the way.
   const struct stat& info = source_info.Value();
+  RemoveStaleTemporaries(DirectoryPart(target));
   PartialFile partial;
-  OsResult<int> created = CreateOutput(target, fail_if_exists, info.st_mode & 0777, &partial);
-  if (!created.IsOk()) return created.Error();
-  FileDescriptor output(created.Value());
+  FileDescriptor output(partial.CreateBeside(target, info.st_mode & 0777));
+  if (output.Get() < 0) return OsError::FromCode(-output.Get(), target);
   ContentCopier copier(input.Get(), output.Get(), static_cast<uint64_t>(info.st_size));
   if (OsError error = CopyContent(&copier, source, target, progress, cancel)) return error;
   if (int error = FinishOutput(&output, input.Get(), info)) return OsError::FromCode(error, target);
-  if (int error = partial.Commit()) return OsError::FromCode(error, target);
-  return {};
+  int error = partial.Commit(target, IfTargetExists::kFail);
+  if (error != EEXIST || fail_if_exists)
+    return error == 0 ? OsError{} : OsError::FromCode(error, target);
+  OsResult<std::string> replaced = JudgeExistingTarget(info, target);
+  if (!replaced.IsOk()) return replaced.Error();
+  error = partial.Commit(replaced.Value(), IfTargetExists::kReplace);
+  if (error != EXDEV) return error == 0 ? OsError{} : OsError::FromCode(error, target);
+  // A link that leads to another file system: the finished copy goes there.
+  return CopyFileWithProgress(partial.Path(), replaced.Value(), false, {}, cancel);
 }
 
 OsError MoveFileWithProgress(const std::string& source, const std::string& target,

@@ -26,11 +26,14 @@ using CopyProgress = std::function<void(uint64_t transferred, uint64_t total)>;
 /// directory EISDIR; a source that is a pipe or device gives ENOTSUP. A
 /// target that is a symbolic link is written through, keeping the link.
 /// When `cancel` becomes true the copy stops with ECANCELED; `cancel` may be
-/// null, and is looked at before every chunk. A new target is written in
-/// place and removed if the copy fails; an existing one is replaced only at
-/// the end, by renaming a finished temporary file beside it over it. So
-/// after any failure an existing target is untouched and no partial file is
-/// left (a kill can leave a partial new target or a hidden temporary). The
+/// null, and is looked at before every chunk. A target that is the source
+/// under another name (a link to it, "./a", a hard link) gives EBUSY, as
+/// the file is in use by the copy itself, and is left untouched. The copy is
+/// written to a hidden temporary file beside the target (".NAME.copy-PID-N")
+/// and renamed to the target's name only when complete. So after any failure
+/// or kill an existing target is untouched and no partial file carries the
+/// target's name; the first copy of a process into a directory removes the
+/// temporary files that copies of ended processes left there. The
 /// error names the file at fault: the source for reading it, the target for
 /// writing or replacing it. `progress` may be empty; it is called at the
 /// start and after every chunk. A source that reports size 0 (a /proc file)

@@ -236,10 +236,12 @@ OsError AtomicFileWriter::Write(std::string_view bytes) {
   return {};
 }
 
-OsResult<AppendedFile> AtomicFileWriter::AppendFile(const std::string& source) {
+OsResult<AppendedFile> AtomicFileWriter::AppendFile(const std::string& source, uint64_t offset) {
   if (fd_ < 0) return OsError::FromCode(EBADF, path_);
   FileDescriptor input(::open(source.c_str(), O_RDONLY | O_CLOEXEC));
   if (input.Get() < 0) return OsError::FromCode(errno, source);
+  if (offset > 0 && ::lseek(input.Get(), static_cast<off_t>(offset), SEEK_SET) < 0)
+    return OsError::FromCode(errno, source);
   constexpr size_t kBlockSize = 256 * 1024;
   std::string block(kBlockSize, '\0');
   AppendedFile appended;
@@ -330,9 +332,16 @@ OsError RenameFile(const std::string& from, const std::string& to, IfTargetExist
   return OsError::FromCode(error, RenameFaultPath(error, from, to));
 }
 
-OsError DeleteFile(const std::string& path) {
+OsError LinkFile(const std::string& existing, const std::string& new_name) {
+  if (::link(existing.c_str(), new_name.c_str()) == 0) return {};
+  int error = errno;
+  return OsError::FromCode(error, error == EEXIST ? new_name : existing);
+}
+
+OsError DeleteFile(const std::string& path, ReadOnlyFile read_only) {
   struct stat existing;
-  if (::lstat(path.c_str(), &existing) == 0 && IsReadOnlyFile(existing)) {
+  if (read_only == ReadOnlyFile::kRefuse && ::lstat(path.c_str(), &existing) == 0 &&
+      IsReadOnlyFile(existing)) {
     return OsError::FromCode(EACCES, path);
   }
   if (::unlink(path.c_str()) == 0) return {};

@@ -130,9 +130,9 @@ class AtomicFileWriter {
 
   [[nodiscard]] OsError Write(std::string_view bytes);
 
-  /// Appends the whole content of the file `source` in blocks, so memory
-  /// stays flat in its size. A read failure names `source`.
-  [[nodiscard]] OsResult<AppendedFile> AppendFile(const std::string& source);
+  /// Appends the content of the file `source` from byte `offset` on, in
+  /// blocks, so memory stays flat in its size. A read failure names `source`.
+  [[nodiscard]] OsResult<AppendedFile> AppendFile(const std::string& source, uint64_t offset = 0);
 
   /// Puts the new content in place. Once called, the writer is spent.
   [[nodiscard]] OsError Commit();
@@ -173,9 +173,20 @@ class AtomicFileWriter {
 [[nodiscard]] OsError RenameFile(const std::string& from, const std::string& to,
                                  IfTargetExists if_exists);
 
+/// Gives the file `existing` the second name `new_name` (a hard link; a
+/// symbolic link is linked as a link). An existing `new_name` gives EEXIST;
+/// file systems without hard links give EPERM or ENOTSUP.
+[[nodiscard]] OsError LinkFile(const std::string& existing, const std::string& new_name);
+
+enum class ReadOnlyFile { kRefuse, kDelete };
+
 /// Removes a file; a symbolic link is removed as a link. A missing file is
-/// an error (ENOENT) so callers can tell whether something was deleted.
-[[nodiscard]] OsError DeleteFile(const std::string& path);
+/// an error (ENOENT) so callers can tell whether something was deleted. A
+/// read-only file gives EACCES unless `read_only` is kDelete; it is then
+/// unlinked as it is, never made writable first: another hard link to it may
+/// live outside the tree being cleaned, and its mode must not change.
+[[nodiscard]] OsError DeleteFile(const std::string& path,
+                                 ReadOnlyFile read_only = ReadOnlyFile::kRefuse);
 
 /// The process's working directory as an absolute path.
 [[nodiscard]] OsResult<std::string> GetCurrentDirectory();

@@ -5,10 +5,12 @@
 #include <cmath>
 #include <vector>
 
+#include "actions/files/root_guard.h"
 #include "package/property_table.h"
 #include "package/string_utils.h"
 #include "platform/directory.h"
 #include "platform/file_attributes.h"
+#include "platform/file_identity.h"
 #include "platform/file_system.h"
 #include "platform/find_files.h"
 
@@ -136,6 +138,12 @@ bool TCustomCopyFilesAction::Execute() {
     SendMessage("target \"" + target_ + "\" is empty once expanded", stError);
     return false;
   }
+  // A target directory receives entries; a target file is one itself.
+  const std::string written = target_is_dir_ ? WithoutTrailingSeparator(target) + "/*" : target;
+  if (RefuseRootPath(*this, "FileSpec", file_spec_, source) ||
+      RefuseRootPath(*this, "Target", target_, written)) {
+    return false;
+  }
 
   if (log_files_affected_) {
     StartMessageGroup("Files " + VerbPast(), 0, stInfo);
@@ -164,9 +172,10 @@ bool TCustomCopyFilesAction::DoRecursiveCopyMove(const std::string& spec, const 
   const bool has_wildcards = platform::HasWildcards(spec);
   const std::string directory = ExtractFilePath(spec);  // with its trailing '/'
   platform::OsResult<std::vector<platform::FoundEntry>> found =
-      // The copy carries the DOS attribute word itself; the search need not read it.
-      platform::FindFiles(spec, platform::kFindAnyAttribute,
-                          platform::FindDetail::kWithoutStoredBits);
+      // Only names and kinds are used here: the copy reads the mode, times and
+      // DOS attribute word from the source itself, so the search spares an
+      // lstat per file.
+      platform::FindFiles(spec, platform::kFindAnyAttribute, platform::FindDetail::kNamesAndKinds);
   if (!found.IsOk()) {
     CloseFileGroup();
     SendMessage("could not search " + spec + ": " + found.Error().message, stError);
@@ -249,7 +258,11 @@ bool TCustomCopyFilesAction::ProcessFile(const std::string& source, const std::s
       const uint32_t writable = clear_attributes_
                                     ? platform::kFileAttributeNormal
                                     : attributes.Value() & ~platform::kFileAttributeReadOnly;
-      if (platform::OsError error = platform::SetFileAttributes(target, writable))
+      // The source under another name (a link to it) is neither copied nor
+      // moved onto itself, so its mode stays too.
+      const bool other_name = source != target && platform::IsSameFile(source, target);
+      if (platform::OsError error =
+              other_name ? platform::OsError{} : platform::SetFileAttributes(target, writable))
         return FailFile(source, target, kWin32Error + error.message);
     }
   }

@@ -5,9 +5,12 @@
 #include <stdexcept>
 #include <vector>
 
+#include "actions/files/root_guard.h"
 #include "package/property_table.h"
+#include "package/string_utils.h"
 #include "platform/directory.h"
 #include "platform/file_attributes.h"
+#include "platform/file_identity.h"
 #include "platform/file_operations.h"
 #include "platform/file_system.h"
 #include "platform/paths.h"
@@ -131,40 +134,46 @@ void TDeleteDirectoryAction::RemoveDirectoryWithRetry(const std::string& path,
 
 void TDeleteDirectoryAction::DeleteTreeFile(const std::string& path, const std::string& shown) {
   if (log_deleted_files_) SendMessage("Deleting " + shown + "...", stInfo);
-  platform::OsError error = platform::DeleteFile(path);
-  // Clearing the attributes only after a refusal spares a tree of ordinary
-  // files two system calls each; the outcome is the same.
-  if (error && delete_read_only_) {
-    // A failure shows up as the second delete's own error.
-    (void)platform::SetFileAttributes(path, platform::kFileAttributeNormal);
-    error = platform::DeleteFile(path);
-  }
+  // Unlinked as it is: a hard link may share its mode with a file outside
+  // the tree, which must come out unchanged.
+  platform::OsError error = platform::DeleteFile(
+      path, delete_read_only_ ? platform::ReadOnlyFile::kDelete : platform::ReadOnlyFile::kRefuse);
   if (error) RaiseOsError(error);
 }
 
-void TDeleteDirectoryAction::DeleteSubdirectory(const std::string& path, const std::string& shown) {
+bool TDeleteDirectoryAction::DeleteSubdirectory(const std::string& path, const std::string& shown) {
   if (log_deleted_files_) SendMessage("Recursing directory " + shown + "/*.*...", stInfo);
-  DelTree(path, shown);
+  if (!DelTree(path, shown)) return false;
   if (log_deleted_files_) SendMessage("Removing directory " + shown, stInfo);
   if (enable_delay_) Sleep(kDelayMs);
   RemoveDirectoryWithRetry(path, kInnerRetryWaitMs);
+  return true;
 }
 
-void TDeleteDirectoryAction::DelTree(const std::string& path, const std::string& shown) {
+bool TDeleteDirectoryAction::DelTree(const std::string& path, const std::string& shown) {
   // Every entry, hidden and system ones included, in name order.
   platform::OsResult<std::vector<platform::DirectoryEntry>> entries = platform::ListDirectory(path);
   if (!entries.IsOk()) RaiseOsError(entries.Error());
+  bool emptied = true;
   for (const platform::DirectoryEntry& entry : entries.Value()) {
     std::string child = JoinPath(path, entry.name);
     std::string shown_child = JoinPath(shown, entry.name);
     // A link, also one to a directory, is removed as a link: its target is
     // not part of the tree.
-    if (entry.type == platform::EntryType::kDirectory) {
-      DeleteSubdirectory(child, shown_child);
-    } else {
+    if (entry.type != platform::EntryType::kDirectory) {
       DeleteTreeFile(child, shown_child);
+    } else if (platform::IsMountPoint(child)) {
+      // Another file system is not part of the tree, as a mounted folder
+      // is a reparse point that a tree delete never enters.
+      SendMessage("Leaving mount point " + shown_child + ": another file system is mounted there",
+                  stWarning);
+      if (blocking_mount_.empty()) blocking_mount_ = shown_child;
+      emptied = false;
+    } else {
+      emptied = DeleteSubdirectory(child, shown_child) && emptied;
     }
   }
+  return emptied;
 }
 
 void TDeleteDirectoryAction::ClearOwnAttributes(const std::string& path, uint32_t attributes) {
@@ -202,19 +211,40 @@ void TDeleteDirectoryAction::DeleteDirectory(const std::string& dir) {
   // A link given as the directory is removed as a link, its target untouched.
   if (!is_link) {
     if (attributes.IsOk()) ClearOwnAttributes(path, attributes.Value());
-    if (delete_tree_) DelTree(path, platform::WithoutTrailingSlashes(dir));
+    if (delete_tree_ && !DelTree(path, platform::WithoutTrailingSlashes(dir))) {
+      throw std::runtime_error("the tree holds the mount point " + blocking_mount_ +
+                               ", which is left in place");
+    }
   }
   if (enable_delay_) Sleep(kDelayMs);
   RemoveDirectoryWithRetry(path, kTopRetryWaitMs);
 }
 
+bool TDeleteDirectoryAction::RefusedDirectory(const std::string& dir) {
+  if (RefuseRootPath(*this, "FileOrDirectory", file_or_directory_, dir)) return true;
+  std::string name = ExtractFileName(platform::WithoutTrailingSlashes(dir));
+  std::string reason;
+  if (name == "." || name == "..") {
+    reason = "refusing to delete \".\" or \"..\"";
+  } else {
+    std::string project = Host() != nullptr ? Host()->GetProjectFileName() : std::string();
+    if (!project.empty() && platform::IsSameOrInsideDirectory(project, dir))
+      reason = "refusing to delete a directory that holds the project file " + project;
+  }
+  if (reason.empty()) return false;
+  SendMessage(reason + ": " + dir, stError);
+  return true;
+}
+
 bool TDeleteDirectoryAction::Execute() {
+  blocking_mount_.clear();
   std::string dir = ExpandExpression(file_or_directory_, true);
   if (!platform::DirectoryExists(dir)) {
     SendMessage("Delete directory not necessary because directory does not exist: " + dir,
                 stSuccess);
     return !fail_if_no_directory_;
   }
+  if (RefusedDirectory(dir)) return false;
   try {
     DeleteDirectory(dir);
   } catch (const std::exception& e) {

@@ -36,6 +36,9 @@ class TDeleteDirectoryAction : public TFileOrDirectoryAction {
   void GetPropertyHelp(TStrings& list) const override;
 
  private:
+  // Logs why `dir` must not be deleted at all ("/" or an entry of it, "."
+  // or "..", a directory holding the project file) and returns true.
+  bool RefusedDirectory(const std::string& dir);
   // Everything after the existence check; throws on the first failure.
   void DeleteDirectory(const std::string& dir);
   // Moves the working directory to the parent of `physical_path` when it is
@@ -44,9 +47,10 @@ class TDeleteDirectoryAction : public TFileOrDirectoryAction {
   // Clears the directory's own read-only and hidden bits as asked.
   void ClearOwnAttributes(const std::string& path, uint32_t attributes);
   // Deletes everything inside `path` depth first, naming entries under
-  // `shown` (the directory as the user gave it) in the log.
-  void DelTree(const std::string& path, const std::string& shown);
-  void DeleteSubdirectory(const std::string& path, const std::string& shown);
+  // `shown` (the directory as the user gave it) in the log. Mount points
+  // are left in place; false when one kept `path` from being emptied.
+  bool DelTree(const std::string& path, const std::string& shown);
+  bool DeleteSubdirectory(const std::string& path, const std::string& shown);
   // A file, or a link of any kind, removed as such.
   void DeleteTreeFile(const std::string& path, const std::string& shown);
   // Throws the OS error when a second try after `retry_wait_ms` fails too.
@@ -56,6 +60,7 @@ class TDeleteDirectoryAction : public TFileOrDirectoryAction {
   bool log_deleted_files_ = false;
   bool enable_delay_ = false;
   bool fail_if_no_directory_ = false;
+  std::string blocking_mount_;  // the first mount point a tree delete left
 };
 
 }  // namespace brivant

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <vector>
 
+#include "actions/files/root_guard.h"
 #include "package/property_table.h"
 #include "package/string_utils.h"
 #include "platform/file_attributes.h"
@@ -70,15 +71,12 @@ void TCustomDeleteFilesAction::GetPropertyHelp(TStrings& list) const {
                "LogFilesDeleted=Log each file that is actually deleted"});
 }
 
-bool TCustomDeleteFilesAction::DeleteOne(const std::string& path, uint32_t attributes,
-                                         int32_t* count) {
-  if (delete_read_only_ || delete_hidden_) {
-    if (delete_read_only_) attributes &= ~platform::kFileAttributeReadOnly;
-    if (delete_hidden_) attributes &= ~platform::kFileAttributeHidden;
-    // Written even when unchanged. A failure shows up as the delete's error.
-    (void)platform::SetFileAttributes(path, attributes);
-  }
-  if (platform::OsError error = platform::DeleteFile(path)) {
+bool TCustomDeleteFilesAction::DeleteOne(const std::string& path, int32_t* count) {
+  // Unlinking needs no permission on the file itself, so nothing about it is
+  // changed first: a hard link may share its mode with a file elsewhere.
+  if (platform::OsError error =
+          platform::DeleteFile(path, delete_read_only_ ? platform::ReadOnlyFile::kDelete
+                                                       : platform::ReadOnlyFile::kRefuse)) {
     SendMessage("Error deleting file : " + path, stError);
     SendMessage("Error Reason: " + error.message, stError);
     return false;
@@ -103,7 +101,7 @@ bool TCustomDeleteFilesAction::DeleteMatches(const std::string& file_spec, int32
   }
   std::string dir = ExtractFilePath(file_spec);
   for (const platform::FoundEntry& entry : entries.Value()) {
-    if (!DeleteOne(dir + entry.name, entry.attributes, count)) return false;
+    if (!DeleteOne(dir + entry.name, count)) return false;
   }
   return true;
 }
@@ -112,6 +110,7 @@ bool TCustomDeleteFilesAction::Execute() {
   files_affected_ = 0;
   std::string file_spec = Trim(ExpandExpression(file_spec_, true));
   if (file_spec.empty()) return !fail_if_no_file_;
+  if (RefuseRootPath(*this, "FileSpec", file_spec_, file_spec)) return false;
   SendMessage("Deleting files matching filespec: " + file_spec, stInfo);
 
   int32_t count = 0;

@@ -32,7 +32,7 @@ class TCustomDeleteFilesAction : public TBVAction {
   // Deletes the matches of `file_spec`, adding each deletion to *count. False
   // after the first failure (logged).
   bool DeleteMatches(const std::string& file_spec, int32_t* count);
-  bool DeleteOne(const std::string& path, uint32_t attributes, int32_t* count);
+  bool DeleteOne(const std::string& path, int32_t* count);
 
   std::string file_spec_;
   bool delete_read_only_ = false;

@@ -2,8 +2,10 @@
 
 #include <tuple>
 
+#include "actions/files/root_guard.h"
 #include "package/string_utils.h"
 #include "platform/file_attributes.h"
+#include "platform/file_identity.h"
 #include "platform/file_operations.h"
 #include "platform/file_system.h"
 #include "platform/paths.h"
@@ -213,7 +215,8 @@ bool TBVFileSetCopyMoveAction::CopyOrMoveAll(const std::vector<std::string>& fil
       return false;
     }
     std::string relative = source.substr(prefix.size());
-    if (comparable_target + "/" + relative == platform::AbsoluteNormalPath(source)) {
+    if (comparable_target + "/" + relative == platform::AbsoluteNormalPath(source) ||
+        platform::IsSameFile(source, target + "/" + relative)) {
       SendMessage("Skipping same file " + source, stInfo);
       continue;
     }
@@ -237,6 +240,7 @@ bool TBVFileSetCopyMoveAction::DoFileSetOperation(IBVFileSet& file_set) {
     SendMessage("The target directory has not been set", stError);
     return false;
   }
+  if (RefuseRootPath(*this, "TargetDirectory", target_directory_, target + "/*")) return false;
   if (refresh_file_set_) {
     SendMessage("Refreshing fileset...", stInfo);
     std::string error;

@@ -2,9 +2,11 @@
 
 #include <cerrno>
 
+#include "actions/files/root_guard.h"
 #include "package/property_table.h"
 #include "package/string_utils.h"
 #include "platform/file_attributes.h"
+#include "platform/file_identity.h"
 #include "platform/file_operations.h"
 #include "platform/file_system.h"
 #include "platform/paths.h"
@@ -27,17 +29,10 @@ bool IsDirectoryAttribute(uint32_t attributes) {
 }
 
 // Windows refuses to delete read-only files; the copy already holds their
-// data, so the bit is cleared rather than leaving the source half removed.
+// data, so they go all the same rather than leaving the source half removed.
+// Their mode stays: a hard link elsewhere may share it.
 platform::OsError DeleteFileEvenIfReadOnly(const std::string& path) {
-  platform::OsResult<uint32_t> attributes = platform::GetFileAttributes(path);
-  if (attributes.IsOk() && (attributes.Value() & platform::kFileAttributeReadOnly) != 0 &&
-      (attributes.Value() & platform::kFileAttributeReparsePoint) == 0) {
-    uint32_t writable = attributes.Value() & ~platform::kFileAttributeReadOnly;
-    if (platform::OsError error = platform::SetFileAttributes(
-            path, writable == 0 ? platform::kFileAttributeNormal : writable))
-      return error;
-  }
-  return platform::DeleteFile(path);
+  return platform::DeleteFile(path, platform::ReadOnlyFile::kDelete);
 }
 
 // Removes `root` and everything below it, children before their parents.
@@ -296,11 +291,15 @@ bool TBVMoveDirectoryAction::Execute() {
     return false;
   }
   SendMessage("Moving directory: " + source + " -> " + target, stInfo);
+  if (RefuseRootPath(*this, "SourceDirectory", source_directory_, source) ||
+      RefuseRootPath(*this, "TargetDirectory", target_directory_, target)) {
+    return false;
+  }
   if (!platform::DirectoryExists(source)) {
     SendMessage("Source directory does not exist: " + source, stError);
     return false;
   }
-  if (IsSameOrInside(target, source)) {
+  if (IsSameOrInside(target, source) || platform::IsSameOrInsideDirectory(target, source)) {
     SendMessage("Cannot move a directory into itself: " + source + " -> " + target, stError);
     return false;
   }

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 
+#include "actions/files/root_guard.h"
 #include "package/property_table.h"
 #include "package/string_utils.h"
 #include "platform/file_attributes.h"
@@ -63,6 +64,10 @@ bool TRenameDirAction::Execute() {
   // A bare name stays beside the old one.
   std::string new_path =
       new_name.find('/') == std::string::npos ? ExtractFilePath(old_path) + new_name : new_name;
+  if (RefuseRootPath(*this, "OldName", old_name_, old_path) ||
+      RefuseRootPath(*this, "NewName", new_name_, new_path)) {
+    return false;
+  }
 
   // Not following a final link: a link is renamed as a link.
   platform::OsResult<uint32_t> attributes = platform::GetFileAttributes(old_path);

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "actions/files/root_guard.h"
 #include "package/command_line_builder.h"
 #include "package/file_set_base_action.h"
 #include "package/string_utils.h"
@@ -132,6 +133,7 @@ bool TCustomSetFileAttributesAction::ChangeFileSpec() {
     SendMessage("No file spec was specified.", stError);
     return false;
   }
+  if (RefuseRootPath(*this, "FileSpec", file_spec_, spec)) return false;
   SendMessage("File spec: " + spec, stInfo);
   files_found_ = false;
   if (!RunWalk([&] { DoRecursiveAction(spec, recurse_); })) return false;

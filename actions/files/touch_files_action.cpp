@@ -5,9 +5,11 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "actions/files/root_guard.h"
 #include "package/date_time.h"
 #include "package/property_table.h"
 #include "package/string_utils.h"
+#include "platform/file_identity.h"
 #include "platform/file_operations.h"
 #include "platform/find_files.h"
 #include "platform/regional_settings.h"
@@ -243,6 +245,13 @@ bool TTouchFilesAction::TouchMatches(const std::string& file_spec, const platfor
   for (const platform::FoundEntry& entry : subdirectories.Value()) {
     // A link to a directory is not followed: it could lead out of the tree or loop.
     if (!entry.IsDirectory() || entry.IsLink() || entry.name == "." || entry.name == "..") continue;
+    // Nor is another file system entered: it is not part of the tree.
+    if (platform::IsMountPoint(directory + entry.name)) {
+      SendMessage("Leaving mount point " + directory + entry.name +
+                      ": another file system is mounted there",
+                  stWarning);
+      continue;
+    }
     if (!TouchMatches(directory + entry.name + "/" + mask, time, false)) return false;
   }
   return true;
@@ -258,6 +267,7 @@ bool TTouchFilesAction::Execute() {
     SendMessage("The file spec has not been set", stError);
     return false;
   }
+  if (RefuseRootPath(*this, "FileSpec", file_spec_, file_spec)) return false;
   platform::LocalTime time;
   if (!TimeToSet(&time)) return false;
 

@@ -1,18 +1,26 @@
 #include "actions/text/write_to_text_file_action.h"
 
+#include <cerrno>
+
 #include "package/string_utils.h"
+#include "platform/file_operations.h"
 #include "platform/file_system.h"
+#include "platform/file_update_lock.h"
 
 namespace brivant {
 namespace {
 
 constexpr const char* kLineBreak = "\r\n";
 
-// The first "name.tempN" (extension replaced) that does not exist yet.
-std::string FreeTemporaryName(const std::string& path) {
-  for (int number = 0;; ++number) {
-    std::string candidate = ChangeFileExt(path, ".temp" + std::to_string(number));
-    if (!platform::FileExists(candidate) && !platform::DirectoryExists(candidate)) return candidate;
+// The first "name.tempN" (extension replaced) from `*number` on that does
+// not exist yet; `*number` moves past it.
+std::string FreeTemporaryName(const std::string& path, int* number) {
+  for (;; ++*number) {
+    std::string candidate = ChangeFileExt(path, ".temp" + std::to_string(*number));
+    if (!platform::FileExists(candidate) && !platform::DirectoryExists(candidate)) {
+      ++*number;
+      return candidate;
+    }
   }
 }
 
@@ -110,52 +118,63 @@ bool TBVWriteToTextFileAction::Prepend(const std::string& path, const std::strin
   bool empty = false;
   if (!EncodingOfFile(path, &encoding, &empty)) return false;
   TextFileResult<std::string> new_text = EncodeText(content, encoding, /*with_bom=*/true);
-  if (!new_text.IsOk()) {
+  // Refused before anything is renamed or written, as an append refuses it.
+  platform::OsResult<platform::AtomicFileWriter> writer =
+      new_text.IsOk() ? platform::AtomicFileWriter::Begin(path)
+                      : platform::OsResult<platform::AtomicFileWriter>(
+                            platform::OsError{EINVAL, new_text.Error().message, path});
+  if (!writer.IsOk()) {
     SendMessage("Could not open target file for writing : " + path, stError);
-    SendMessage("Error reason: " + new_text.Error().message, stError);
+    SendMessage("Error reason: " + writer.Error().message, stError);
     return false;
   }
-
-  std::string temporary = FreeTemporaryName(path);
-  if (platform::OsError error =
-          platform::RenameFile(path, temporary, platform::IfTargetExists::kFail)) {
-    SendMessage("Could not create temporary file when writing file. " + error.message, stError);
+  // The old text is kept under the temporary name as a second link, not
+  // moved there: the file's own name never goes missing, whenever the run
+  // is killed, and the new file takes its place in one rename.
+  std::string temporary;
+  platform::OsError linked;
+  int number = 0;
+  do {
+    temporary = FreeTemporaryName(path, &number);
+    linked = platform::LinkFile(path, temporary);
+  } while (linked.code == EEXIST);
+  if (linked) {
+    SendMessage("Could not create temporary file when writing file. " + linked.message, stError);
     return false;
   }
-  // The old bytes follow the new text unchanged, so nothing of them is lost
-  // to a decoding round trip.
-  platform::OsResult<std::string> old_bytes = platform::ReadFile(temporary);
-  bool written = false;
-  if (old_bytes.IsOk()) {
-    std::string bytes = new_text.Value();
-    std::string_view old_text = old_bytes.Value();
-    old_text.remove_prefix(ByteOrderMark(DetectEncoding(old_text)).size());
-    if (!old_text.empty()) {
-      TextFileResult<std::string> line_break = EncodeText(kLineBreak, encoding, false);
-      bytes += line_break.Value();
-      bytes += old_text;
-    }
-    platform::OsError error =
-        platform::WriteFileAtomically(path, bytes, platform::IfTargetExists::kFail);
-    written = !error;
-    if (error) {
-      SendMessage("Could not open target file for writing : " + path, stError);
-      SendMessage("Error reason: " + error.message, stError);
-    }
-  } else {
-    SendMessage("Could not read text file " + temporary + ": " + old_bytes.Error().message,
-                stError);
-  }
-  if (platform::FileExists(temporary)) {
-    if (platform::FileExists(path)) {
-      (void)platform::DeleteFile(temporary);
-    } else if (platform::OsError error =
-                   platform::RenameFile(temporary, path, platform::IfTargetExists::kFail)) {
-      SendMessage("Could not restore " + path + " from " + temporary + ": " + error.message,
-                  stError);
-    }
-  }
+  bool written = WritePrepended(path, temporary, new_text.Value(), encoding, &writer.Value());
+  (void)platform::DeleteFile(temporary, platform::ReadOnlyFile::kDelete);
   return written;
+}
+
+bool TBVWriteToTextFileAction::WritePrepended(const std::string& path, const std::string& temporary,
+                                              const std::string& new_text, TEncodingType encoding,
+                                              platform::AtomicFileWriter* writer) {
+  // The old bytes follow the new text unchanged, so nothing of them is lost
+  // to a decoding round trip; they are streamed, so a large file costs no
+  // memory. Only their byte-order mark goes.
+  platform::OsResult<std::string> prefix =
+      platform::ReadFilePrefix(temporary, kEncodingDetectionBytes);
+  platform::OsResult<uint64_t> size = platform::GetFileSize(temporary);
+  if (!prefix.IsOk() || !size.IsOk()) {
+    const platform::OsError& error = prefix.IsOk() ? size.Error() : prefix.Error();
+    SendMessage("Could not read text file " + temporary + ": " + error.message, stError);
+    return false;
+  }
+  const uint64_t mark = ByteOrderMark(DetectEncoding(prefix.Value())).size();
+  platform::OsError error = writer->Write(new_text);
+  if (!error && size.Value() > mark) {
+    error = writer->Write(EncodeText(kLineBreak, encoding, false).Value());
+    if (!error) {
+      platform::OsResult<platform::AppendedFile> appended = writer->AppendFile(temporary, mark);
+      if (!appended.IsOk()) error = appended.Error();
+    }
+  }
+  if (!error) error = writer->Commit();
+  if (!error) return true;
+  SendMessage("Could not open target file for writing : " + path, stError);
+  SendMessage("Error reason: " + error.message, stError);
+  return false;
 }
 
 bool TBVWriteToTextFileAction::Execute() {
@@ -171,6 +190,14 @@ bool TBVWriteToTextFileAction::Execute() {
   }
 
   bool at_end = write_to_position_ != toStart;
+  // Other writers of this file wait until the update is done: an append
+  // racing a prepend would otherwise lose its lines. Where the directory is
+  // missing there is nothing to guard, and the checks below report it.
+  platform::OsResult<platform::FileUpdateLock> lock = platform::FileUpdateLock::Acquire(path);
+  if (!lock.IsOk() && lock.Error().code != ENOENT) {
+    SendMessage("Could not lock " + path + " for writing: " + lock.Error().Describe(), stError);
+    return false;
+  }
   if (!platform::FileExists(path)) {
     if (!create_if_not_exists_) {
       SendMessage("ERROR - File doesn't exist: " + path, stError);

@@ -7,6 +7,10 @@
 #include "actions/text/encoding_property.h"
 #include "package/custom_bv_action.h"
 
+namespace brivant::platform {
+class AtomicFileWriter;
+}
+
 namespace brivant {
 
 enum TBVWriteToPos { toStart = 0, toEnd = 1 };
@@ -41,6 +45,11 @@ class TBVWriteToTextFileAction : public TCustomBVAction {
  private:
   bool Append(const std::string& path, const std::string& content);
   bool Prepend(const std::string& path, const std::string& content);
+  // Writes the new text and the old one (read from `temporary`) through
+  // `writer` and puts the result in place of `path`.
+  bool WritePrepended(const std::string& path, const std::string& temporary,
+                      const std::string& new_text, TEncodingType encoding,
+                      platform::AtomicFileWriter* writer);
   // The file's own encoding, or the chosen one for an empty file. False when
   // the file cannot be read (logged).
   bool EncodingOfFile(const std::string& path, TEncodingType* encoding, bool* empty);

@@ -51,6 +51,8 @@ class TestHost : public IBVActionHost {
   host::VariableStore variables;
   std::atomic<bool> stop_signalled{false};
   int open_groups = 0;
+  // What GetProjectFileName answers.
+  std::string project_file;
   // Runs a script; tests that need scripts set it.
   std::function<Variant(TCustomBVAction&, const TBVActionScript&, ScriptParameters*)> script_runner;
 
@@ -85,6 +87,7 @@ class TestHost : public IBVActionHost {
   void Sleep(uint32_t milliseconds) override;
   IBVProjectObjectService* GetProjectObjectService() override { return &objects_; }
   IBVOptionsStore* GetOptionsStore() override { return &options_; }
+  std::string GetProjectFileName() override { return project_file; }
   Variant ExecuteScript(TCustomBVAction& action, const TBVActionScript& script,
                         ScriptParameters* parameters, std::chrono::milliseconds timeout) override;
   ProcessOutcome RunProcess(const ProcessRequest& request,
