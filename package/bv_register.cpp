@@ -24,6 +24,8 @@
 #include "actions/files/touch_files_action.h"
 #include "actions/iterators/file_iterator.h"
 #include "actions/iterators/folder_iterator.h"
+#include "actions/process/delete_reg_value_action.h"
+#include "actions/process/read_reg_value_action.h"
 #include "actions/process/robocopy_copy_action.h"
 #include "actions/process/robocopy_job_action.h"
 #include "actions/process/robocopy_mirror_action.h"
@@ -31,6 +33,7 @@
 #include "actions/process/robocopy_options.h"
 #include "actions/process/run_dos_cmd_action.h"
 #include "actions/process/run_program_action.h"
+#include "actions/process/set_reg_value_action.h"
 #include "actions/process/xcopy_action.h"
 #include "actions/text/create_text_file_action.h"
 #include "actions/text/read_text_file_action.h"
@@ -41,6 +44,7 @@
 #include "pages/file_attribute_editor.h"
 #include "pages/frames.h"
 #include "pages/property_editors.h"
+#include "pages/reg_root_property_editor.h"
 
 namespace brivant {
 namespace {
@@ -53,7 +57,54 @@ constexpr const char* kIterators = "Iterators";
 constexpr const char* kResetMethod = "Reset";
 constexpr TBVPropertyType kString{"string"};
 
-void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
+// The registry base is abstract: it is named in registrations, never created.
+const TBVActionClass& CustomRegActionClass() {
+  static const TBVActionClass ref(
+      TCustomRegAction::kClassName, []() -> std::unique_ptr<TCustomBVAction> { return nullptr; },
+      &TCustomRegAction::Properties);
+  return ref;
+}
+
+// The registry actions' own routine: actions, their script constants and,
+// for the designer, their editors and page.
+void RegisterRegistryActions(IBVServices& services, bool is_design_time) {
+  const char* category = "Registry & Ini";
+  services.ActionService().RegisterAction(category, ActionClassOf<TReadRegValueAction>(),
+                                          "BVREADREG");
+  services.ActionService().RegisterAction(category, ActionClassOf<TSetRegValueAction>(),
+                                          "BVSETREG");
+  services.ActionService().RegisterAction(category, ActionClassOf<TDeleteRegValueAction>(),
+                                          "BVDELREG");
+  auto constant = [&services](const char* name, int64_t value) {
+    services.CoreScriptingService().RegisterScriptConstant(name, value);
+  };
+  constant("rtInteger", rtInteger);
+  constant("rtString", rtString);
+  constant("rtDWord", rtDWord);
+  constant("rtBoolean", rtBoolean);
+  // Registered twice, as the host has always received it.
+  constant("HKEY_CLASSES_ROOT", platform::kHKeyClassesRoot);
+  constant("HKEY_CLASSES_ROOT", platform::kHKeyClassesRoot);
+  constant("HKEY_CURRENT_USER", platform::kHKeyCurrentUser);
+  constant("HKEY_LOCAL_MACHINE", platform::kHKeyLocalMachine);
+  constant("HKEY_USERS", platform::kHKeyUsers);
+  constant("HKEY_CURRENT_CONFIG", platform::kHKeyCurrentConfig);
+  if (!is_design_time) return;
+  services.ActionService().RegisterPropertyEditor(kString, ActionClassOf<TReadRegValueAction>(),
+                                                  "BVVariable",
+                                                  pages::TVariablesListPropertyEditor());
+  services.ActionService().RegisterPropertyEditor(TBVPropertyType{"HKEY"}, CustomRegActionClass(),
+                                                  "RegRoot",
+                                                  pages::TRegRootPropertyEditor::DesignClass());
+  services.ActionService().RegisterActionFrames(ActionClassOf<TReadRegValueAction>(),
+                                                {pages::TReadRegistryFrame()});
+  services.ActionService().RegisterActionFrames(ActionClassOf<TSetRegValueAction>(),
+                                                {pages::TReadRegistryFrame()});
+  services.ActionService().RegisterActionFrames(ActionClassOf<TDeleteRegValueAction>(),
+                                                {pages::TReadRegistryFrame()});
+}
+
+void RegisterActions(IBVServices& services, bool is_design_time) {
   auto action = [&services](const char* category, const TBVActionClass& action_class,
                             const char* icon) {
     services.ActionService().RegisterAction(category, action_class, icon);
@@ -79,6 +130,7 @@ void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
   action(kFilesAndDirectories, ActionClassOf<TConcatAction>(), "HCONCAT");
   action("Disk Management", ActionClassOf<TDiskInfoAction>(), "HDISKSPACE");
   action(kMisc, ActionClassOf<TDateTimeAction>(), "HDATETIME");
+  RegisterRegistryActions(services, is_design_time);
   action(kFilesAndDirectories, ActionClassOf<TRenameDirAction>(), "HRENAMEFILE");
   action(kFilesAndDirectories, ActionClassOf<TBVCreateTextFileAction>(), "HCREATEFILE");
   action(kFilesAndDirectories, ActionClassOf<TBVWriteToTextFileAction>(), "WRITETOTEXTFILE");

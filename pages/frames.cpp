@@ -172,4 +172,31 @@ const TBVDesignClass& TRunDOSReadme() {
   return frame;
 }
 
+// One page for the three registry actions; each shows the controls of the
+// properties it publishes.
+const TBVDesignClass& TReadRegistryFrame() {
+  static const TBVDesignClass frame{"TReadRegistryFrame", kFrame, {"RegRoot", "RegKey", "RegValueName", "RegValType", "BVVariable", "RegValue", "AllowCreateKey", "DeleteKey", "Recursive", "Read64BitKey"}};
+  return frame;
+}
+
+const TBVDesignClass& TBVShellExecuteFrame() {
+  static const TBVDesignClass frame{"TBVShellExecuteFrame", kFrame, {"FileSpec", "Action", "Parameters", "WorkingDir", "WaitForCompletion"}};
+  return frame;
+}
+
+const TBVDesignClass& TBVIfCOMClassRegFrame() {
+  static const TBVDesignClass frame{"TBVIfCOMClassRegFrame", kFrame, {"UseProgID", "ProgID", "CLSID", "Invert", "FailIfNotRegistered"}};
+  return frame;
+}
+
+const TBVDesignClass& TCloseProcessFrame() {
+  static const TBVDesignClass frame{"TCloseProcessFrame", kFrame, {"ProcessID", "SendWMClose", "Timeout", "TimeoutLimit"}};
+  return frame;
+}
+
+const TBVDesignClass& TMutexActionFrame() {
+  static const TBVDesignClass frame{"TMutexActionFrame", kFrame, {"Mode", "FileName", "CreateNewFile", "DeleteOnUnlock", "MutexName", "CreateNewMutex", "EnableTimeout", "TimeoutLength"}};
+  return frame;
+}
+
 }  // namespace brivant::pages

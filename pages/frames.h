@@ -33,6 +33,11 @@ const TBVDesignClass& TFileCompareFrame();
 const TBVDesignClass& TRandomFrame();
 const TBVDesignClass& TRunProgramFrame();
 const TBVDesignClass& TRunDosCmdFrame();
+const TBVDesignClass& TReadRegistryFrame();
+const TBVDesignClass& TBVShellExecuteFrame();
+const TBVDesignClass& TBVIfCOMClassRegFrame();
+const TBVDesignClass& TCloseProcessFrame();
+const TBVDesignClass& TMutexActionFrame();
 // A page of explanation only; it edits no property.
 const TBVDesignClass& TRunDOSReadme();
 

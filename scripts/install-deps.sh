@@ -5,6 +5,7 @@ packages=(
   build-essential cmake ninja-build pkg-config
   libpugixml-dev libcli11-dev libfmt-dev duktape-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  libsqlite3-dev
 )
 missing=()
 for package in "${packages[@]}"; do
