@@ -25,6 +25,7 @@
 #include "actions/iterators/file_iterator.h"
 #include "actions/iterators/folder_iterator.h"
 #include "actions/process/delete_reg_value_action.h"
+#include "actions/process/mutex_action.h"
 #include "actions/process/read_reg_value_action.h"
 #include "actions/process/robocopy_copy_action.h"
 #include "actions/process/robocopy_job_action.h"
@@ -149,6 +150,7 @@ void RegisterActions(IBVServices& services, bool is_design_time) {
   action("File Sets", ActionClassOf<TBVFileSetCopyMoveAction>(), "FILESETCOPY");
   // The random number action reuses the file-size icon.
   action(kMisc, ActionClassOf<TBVRandomNumberAction>(), "FILESIZE");
+  action(kMisc, ActionClassOf<TBVMutexAction>(), "MUTEXACTION");
 }
 
 void RegisterPropertyEditors(IBVServices& services) {
@@ -233,6 +235,7 @@ void RegisterFrames(IBVServices& services) {
   frames(ActionClassOf<TBVFileCompareAction>(), {pages::TFileCompareFrame()});
   frames(ActionClassOf<TBVFileSetCopyMoveAction>(), {pages::TFileSetCopyMoveFrame()});
   frames(ActionClassOf<TBVRandomNumberAction>(), {pages::TRandomFrame()});
+  frames(ActionClassOf<TBVMutexAction>(), {pages::TMutexActionFrame()});
 }
 
 }  // namespace
