@@ -179,7 +179,8 @@ BuildRunner::Outcome BuildRunner::RunNode(ActionNode& node) {
   if (success) success = ExecuteAction(action);
   // Groups belong to the action's own messages; its children start outside them.
   CloseGroupsOpenedSince(groups_before);
-  bool condition_not_met = false;
+  // A container may also say so itself, by its status, while it runs.
+  bool condition_not_met = action.GetActionStatus() == asConditionNotMet;
   if (success) success = RunChildren(node, &condition_not_met);
 
   bool stopped = IsStopSignalled();

@@ -25,6 +25,7 @@
 #include "actions/iterators/file_iterator.h"
 #include "actions/iterators/folder_iterator.h"
 #include "actions/process/delete_reg_value_action.h"
+#include "actions/process/if_com_class_registered.h"
 #include "actions/process/mutex_action.h"
 #include "actions/process/read_reg_value_action.h"
 #include "actions/process/robocopy_copy_action.h"
@@ -136,6 +137,7 @@ void RegisterActions(IBVServices& services, bool is_design_time) {
   action(kFilesAndDirectories, ActionClassOf<TBVCreateTextFileAction>(), "HCREATEFILE");
   action(kFilesAndDirectories, ActionClassOf<TBVWriteToTextFileAction>(), "WRITETOTEXTFILE");
   action(kFilesAndDirectories, ActionClassOf<TBVGetFileSizeAction>(), "FILESIZE");
+  action(kWindowsOS, ActionClassOf<TBVIfCOMClassRegistered>(), "HIFCOMREG");
   action(kFilesAndDirectories, ActionClassOf<TBVXCopyAction>(), "HXCOPY");
   services.OptionsService().RegisterOptions(OptionsClassOf<TBVRobocopyOptions>(), "ROBOCOPYICON");
   action(kFilesAndDirectories, ActionClassOf<TBVRobocopyCopyAction>(), "ROBOCOPYICON");
@@ -232,6 +234,7 @@ void RegisterFrames(IBVServices& services) {
   frames(ActionClassOf<TBVExtractFileVerInfoAction>(), {pages::TExtractFileVersionInfoFrame()});
   frames(ActionClassOf<TBVFileCRCAction>(), {pages::TFileCRCFrame()});
   frames(ActionClassOf<TBVFileMD5Action>(), {pages::TFileMD5Frame()});
+  frames(ActionClassOf<TBVIfCOMClassRegistered>(), {pages::TBVIfCOMClassRegFrame()});
   frames(ActionClassOf<TBVFileCompareAction>(), {pages::TFileCompareFrame()});
   frames(ActionClassOf<TBVFileSetCopyMoveAction>(), {pages::TFileSetCopyMoveFrame()});
   frames(ActionClassOf<TBVRandomNumberAction>(), {pages::TRandomFrame()});
