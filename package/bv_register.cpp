@@ -24,6 +24,7 @@
 #include "actions/files/touch_files_action.h"
 #include "actions/iterators/file_iterator.h"
 #include "actions/iterators/folder_iterator.h"
+#include "actions/process/close_process_action.h"
 #include "actions/process/delete_reg_value_action.h"
 #include "actions/process/if_com_class_registered.h"
 #include "actions/process/mutex_action.h"
@@ -36,6 +37,7 @@
 #include "actions/process/run_dos_cmd_action.h"
 #include "actions/process/run_program_action.h"
 #include "actions/process/set_reg_value_action.h"
+#include "actions/process/shell_execute.h"
 #include "actions/process/xcopy_action.h"
 #include "actions/text/create_text_file_action.h"
 #include "actions/text/read_text_file_action.h"
@@ -148,7 +150,9 @@ void RegisterActions(IBVServices& services, bool is_design_time) {
   action(kFilesAndDirectories, ActionClassOf<TBVExtractFileVerInfoAction>(), "EXTRACTFILEINFO");
   action(kFilesAndDirectories, ActionClassOf<TBVFileCRCAction>(), "CRC32");
   action(kFilesAndDirectories, ActionClassOf<TBVFileMD5Action>(), "MD5");
+  action(kWindowsOS, ActionClassOf<TBVShellExecute>(), "HSHELLEXECUTE");
   action(kFilesAndDirectories, ActionClassOf<TBVFileCompareAction>(), "FILECOMPARE");
+  action(kWindowsOS, ActionClassOf<TBVCloseProcessAction>(), "CLOSEPROCESS");
   action("File Sets", ActionClassOf<TBVFileSetCopyMoveAction>(), "FILESETCOPY");
   // The random number action reuses the file-size icon.
   action(kMisc, ActionClassOf<TBVRandomNumberAction>(), "FILESIZE");
@@ -234,8 +238,10 @@ void RegisterFrames(IBVServices& services) {
   frames(ActionClassOf<TBVExtractFileVerInfoAction>(), {pages::TExtractFileVersionInfoFrame()});
   frames(ActionClassOf<TBVFileCRCAction>(), {pages::TFileCRCFrame()});
   frames(ActionClassOf<TBVFileMD5Action>(), {pages::TFileMD5Frame()});
+  frames(ActionClassOf<TBVShellExecute>(), {pages::TBVShellExecuteFrame()});
   frames(ActionClassOf<TBVIfCOMClassRegistered>(), {pages::TBVIfCOMClassRegFrame()});
   frames(ActionClassOf<TBVFileCompareAction>(), {pages::TFileCompareFrame()});
+  frames(ActionClassOf<TBVCloseProcessAction>(), {pages::TCloseProcessFrame()});
   frames(ActionClassOf<TBVFileSetCopyMoveAction>(), {pages::TFileSetCopyMoveFrame()});
   frames(ActionClassOf<TBVRandomNumberAction>(), {pages::TRandomFrame()});
   frames(ActionClassOf<TBVMutexAction>(), {pages::TMutexActionFrame()});
