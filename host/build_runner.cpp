@@ -122,6 +122,9 @@ bool BuildRunner::Run() {
     ReportStopOnce();
     success = false;
   }
+  // A copy: a listener may unregister itself while it is told.
+  std::vector<IBVRunEndListener*> listeners = run_end_listeners_;
+  for (IBVRunEndListener* listener : listeners) listener->ProjectRunEnded();
   sink_.BuildEnd(success);
   sink_.Flush();
   return success;
@@ -298,6 +301,14 @@ void BuildRunner::Sleep(uint32_t milliseconds) {
 }
 
 void BuildRunner::SendMessage(const std::string& text, TStatusTag tag) { sink_.Message(tag, text); }
+
+void BuildRunner::RegisterRunEndListener(IBVRunEndListener* listener) {
+  run_end_listeners_.push_back(listener);
+}
+
+void BuildRunner::UnregisterRunEndListener(IBVRunEndListener* listener) {
+  std::erase(run_end_listeners_, listener);
+}
 
 void BuildRunner::SendProgress(const std::string& text, int percent) {
   sink_.Progress(text, percent);

@@ -81,6 +81,7 @@ void TBVMutexAction::Acquire() {
     AcquireMutex();
   }
   if (!IsHolding()) throw EFailAction("Action Timed out.");
+  notifier_.RegisterForNotify(Host());
 }
 
 void TBVMutexAction::AcquireFile(const std::string& path) {
@@ -155,8 +156,24 @@ void TBVMutexAction::AcquireMutex() {
 }
 
 void TBVMutexAction::Release() {
+  if (!IsHolding()) return;
+  notifier_.UnregisterForNotify();
   file_lock_.reset();
   mutex_.reset();
 }
+
+void TMutexNotifier::RegisterForNotify(IBVActionHost* host) {
+  UnregisterForNotify();
+  host_ = host;
+  if (host_ != nullptr) host_->RegisterRunEndListener(this);
+}
+
+void TMutexNotifier::UnregisterForNotify() {
+  if (host_ != nullptr) host_->UnregisterRunEndListener(this);
+  host_ = nullptr;
+}
+
+// A runner serves one project, so every end it reports is this action's.
+void TMutexNotifier::ProjectRunEnded() { action_.Release(); }
 
 }  // namespace brivant

@@ -25,6 +25,22 @@ struct EnumTraits<TBVMutexMode> {
   static const EnumInfo& Info();
 };
 
+class TBVMutexAction;
+
+// Releases its action's lock when the project run ends; registered with the
+// host while the lock is held.
+class TMutexNotifier : public IBVRunEndListener {
+ public:
+  explicit TMutexNotifier(TBVMutexAction& action) : action_(action) {}
+  void RegisterForNotify(IBVActionHost* host);
+  void UnregisterForNotify();
+  void ProjectRunEnded() override;
+
+ private:
+  TBVMutexAction& action_;
+  IBVActionHost* host_ = nullptr;
+};
+
 class TBVMutexAction : public TCustomBVAction {
  public:
   static constexpr std::string_view kClassName = "TBVMutexAction";
@@ -49,6 +65,7 @@ class TBVMutexAction : public TCustomBVAction {
   /// after them, or on abort).
   void GetNextActionSource(TBVNextActionSourceState state, TBVNextAction& next) override;
   void Reset() { Release(); }
+  void Release();
   void ResetBuildStatus() override {
     TCustomBVAction::ResetBuildStatus();
     Release();
@@ -65,7 +82,6 @@ class TBVMutexAction : public TCustomBVAction {
   void AcquireFile(const std::string& path);
   void AcquireMutex();
   void GetMutexObject();
-  void Release();
   uint64_t TimeoutMs() const;
 
   TBVMutexMode mode_ = mmFileLock;
@@ -80,6 +96,7 @@ class TBVMutexAction : public TCustomBVAction {
   std::unique_ptr<platform::LockFile> file_lock_;
   std::unique_ptr<platform::NamedMutex> mutex_;
   std::atomic<bool> stop_event_{false};
+  TMutexNotifier notifier_{*this};
   std::chrono::steady_clock::time_point start_;
 };
 
