@@ -3,6 +3,7 @@
 // exit status.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -88,5 +89,19 @@ struct RunArguments {
 
 /// Loads, validates and runs the project.
 int RunProjectFile(const host::ActionRegistry& registry, const RunArguments& arguments);
+
+struct RegistryArguments {
+  std::string operation;  // "query", "set" or "delete"
+  std::string key;        // "HKLM\Software\Acme": a root name or abbreviation, then the path
+  std::optional<std::string> value_name;  // absent: the key itself ("" is the default value)
+  std::string type = "REG_SZ";
+  std::string data;
+};
+
+/// Works on the registry store: query prints the key, its values and its
+/// subkeys (or one value); set creates the key and writes the value; delete
+/// removes the value, or the key with everything below it. 1 when the key
+/// or value does not exist or the store fails, 2 for bad arguments.
+int RegistryCommand(const RegistryArguments& arguments);
 
 }  // namespace brivant::cli

@@ -32,6 +32,7 @@ struct CommandLine {
   bool as_json = false;
   std::string reference_directory;
   bool check = false;
+  RegistryArguments registry;
 };
 
 const std::map<std::string, host::LogFormat> kLogFormats = {
@@ -65,6 +66,32 @@ int Run(const host::ActionRegistry& registry, CommandLine& line) {
   line.run.format = kLogFormats.at(line.log_format);
   line.run.color = !line.no_color;
   return RunProjectFile(registry, line.run);
+}
+
+// query/set/delete as subcommands of `registry`, each with the key and an
+// optional value name.
+void AddRegistryOptions(CLI::App* command, CommandLine* line) {
+  command->require_subcommand(1);
+  const std::pair<const char*, const char*> operations[] = {
+      {"query", "Print a key's values and subkeys, or one value."},
+      {"set", "Create a key, and write a value of it."},
+      {"delete", "Delete a value, or a key with all its subkeys and values."},
+  };
+  for (const auto& [name, help] : operations) {
+    CLI::App* operation = command->add_subcommand(name, help);
+    operation->add_option("KEY", line->registry.key, "The key, such as HKLM\\Software\\Acme.")
+        ->required();
+    operation->add_option("-v,--value", line->registry.value_name,
+                          "The value name (\"\" for the default value).");
+    if (std::string_view(name) == "set") {
+      operation->add_option("-t,--type", line->registry.type,
+                            "REG_SZ (the default), REG_EXPAND_SZ, REG_DWORD, REG_QWORD or "
+                            "REG_BINARY.");
+      operation->add_option("-d,--data", line->registry.data,
+                            "The data: text, a number (decimal or 0x hex) or hex bytes.");
+    }
+    operation->callback([line, name = std::string(name)] { line->registry.operation = name; });
+  }
 }
 
 // The one list of commands: it builds the parser, the help and the dispatch.
@@ -104,6 +131,8 @@ const Command kCommands[] = {
      [](const host::ActionRegistry& registry, CommandLine& line) {
        return PrintProperties(registry, line.class_name, line.as_json);
      }},
+    {"registry", "Query, set and delete keys and values of the registry store.", AddRegistryOptions,
+     [](const host::ActionRegistry&, CommandLine& line) { return RegistryCommand(line.registry); }},
     {"describe", "Print a project's action tree with each action's description.",
      [](CLI::App* command, CommandLine* line) { AddProjectArgument(command, &line->project_path); },
      [](const host::ActionRegistry& registry, CommandLine& line) {

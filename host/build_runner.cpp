@@ -132,6 +132,9 @@ bool BuildRunner::Run() {
     ReportStopOnce();
     success = false;
   }
+  // A copy: a listener may unregister itself while it is told.
+  std::vector<IBVRunEndListener*> listeners = run_end_listeners_;
+  for (IBVRunEndListener* listener : listeners) listener->ProjectRunEnded();
   sink_.BuildEnd(success);
   sink_.Flush();
   return success;
@@ -199,7 +202,8 @@ BuildRunner::Outcome BuildRunner::RunNode(ActionNode& node) {
   if (success) success = ExecuteAction(action);
   // Groups belong to the action's own messages; its children start outside them.
   CloseGroupsOpenedSince(groups_before);
-  bool condition_not_met = false;
+  // A container may also say so itself, by its status, while it runs.
+  bool condition_not_met = action.GetActionStatus() == asConditionNotMet;
   if (success) success = RunChildren(node, &condition_not_met);
 
   bool stopped = IsStopSignalled();
@@ -317,6 +321,14 @@ void BuildRunner::Sleep(uint32_t milliseconds) {
 }
 
 void BuildRunner::SendMessage(const std::string& text, TStatusTag tag) { sink_.Message(tag, text); }
+
+void BuildRunner::RegisterRunEndListener(IBVRunEndListener* listener) {
+  run_end_listeners_.push_back(listener);
+}
+
+void BuildRunner::UnregisterRunEndListener(IBVRunEndListener* listener) {
+  std::erase(run_end_listeners_, listener);
+}
 
 void BuildRunner::SendProgress(const std::string& text, int percent) {
   sink_.Progress(text, percent);

@@ -113,6 +113,8 @@ class BuildRunner final : public IBVActionHost {
   Variant ExecuteScript(TCustomBVAction& action, const TBVActionScript& script,
                         ScriptParameters* parameters, std::chrono::milliseconds timeout) override;
   ProcessOutcome RunProcess(const ProcessRequest& request, const ProcessEvents& events) override;
+  void RegisterRunEndListener(IBVRunEndListener* listener) override;
+  void UnregisterRunEndListener(IBVRunEndListener* listener) override;
 
  private:
   class ProjectObjects : public IBVProjectObjectService {
@@ -157,6 +159,7 @@ class BuildRunner final : public IBVActionHost {
   ScriptEngine script_engine_;
   int open_groups_ = 0;
 
+  std::vector<IBVRunEndListener*> run_end_listeners_;
   std::atomic<bool> stop_requested_{false};
   bool stop_reported_ = false;
   // The action inside Execute, for a stop request from another thread.

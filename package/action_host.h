@@ -94,6 +94,14 @@ struct ProcessEvents {
   std::function<void(const std::string& line)> output_line;
 };
 
+// Told when the host's project run ends, whatever its outcome (the host's
+// project-runner message for the end of a run). Called on the build thread.
+class IBVRunEndListener {
+ public:
+  virtual ~IBVRunEndListener() = default;
+  virtual void ProjectRunEnded() = 0;
+};
+
 class IBVActionHost {
  public:
   virtual ~IBVActionHost() = default;
@@ -144,6 +152,11 @@ class IBVActionHost {
   virtual Variant ExecuteScript(
       TCustomBVAction& action, const TBVActionScript& script, ScriptParameters* parameters,
       std::chrono::milliseconds timeout = std::chrono::milliseconds(0)) = 0;
+
+  // The listener hears the end of this host's run until it is unregistered;
+  // it must stay valid until then. A host without runs may ignore both.
+  virtual void RegisterRunEndListener(IBVRunEndListener* /*listener*/) {}
+  virtual void UnregisterRunEndListener(IBVRunEndListener* /*listener*/) {}
 
   // Runs an external process for TBVExecuteAbstractAction.
   virtual ProcessOutcome RunProcess(const ProcessRequest& request,

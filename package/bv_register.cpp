@@ -27,6 +27,11 @@
 #include "actions/iterators/ini_file_iterator.h"
 #include "actions/iterators/list_iterator.h"
 #include "actions/iterators/read_text_file_iterator.h"
+#include "actions/process/close_process_action.h"
+#include "actions/process/delete_reg_value_action.h"
+#include "actions/process/if_com_class_registered.h"
+#include "actions/process/mutex_action.h"
+#include "actions/process/read_reg_value_action.h"
 #include "actions/process/robocopy_copy_action.h"
 #include "actions/process/robocopy_job_action.h"
 #include "actions/process/robocopy_mirror_action.h"
@@ -35,6 +40,8 @@
 #include "actions/process/run_dos_cmd_action.h"
 #include "actions/process/run_program_action.h"
 #include "actions/process/script_action.h"
+#include "actions/process/set_reg_value_action.h"
+#include "actions/process/shell_execute.h"
 #include "actions/process/xcopy_action.h"
 #include "actions/text/create_text_file_action.h"
 #include "actions/text/ini_file_action.h"
@@ -53,6 +60,7 @@
 #include "pages/frames.h"
 #include "pages/property_editors.h"
 #include "pages/text_frames.h"
+#include "pages/reg_root_property_editor.h"
 
 namespace brivant {
 namespace {
@@ -67,7 +75,54 @@ constexpr const char* kVariables = "Variables";
 constexpr const char* kResetMethod = "Reset";
 constexpr TBVPropertyType kString{"string"};
 
-void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
+// The registry base is abstract: it is named in registrations, never created.
+const TBVActionClass& CustomRegActionClass() {
+  static const TBVActionClass ref(
+      TCustomRegAction::kClassName, []() -> std::unique_ptr<TCustomBVAction> { return nullptr; },
+      &TCustomRegAction::Properties);
+  return ref;
+}
+
+// The registry actions' own routine: actions, their script constants and,
+// for the designer, their editors and page.
+void RegisterRegistryActions(IBVServices& services, bool is_design_time) {
+  const char* category = "Registry & Ini";
+  services.ActionService().RegisterAction(category, ActionClassOf<TReadRegValueAction>(),
+                                          "BVREADREG");
+  services.ActionService().RegisterAction(category, ActionClassOf<TSetRegValueAction>(),
+                                          "BVSETREG");
+  services.ActionService().RegisterAction(category, ActionClassOf<TDeleteRegValueAction>(),
+                                          "BVDELREG");
+  auto constant = [&services](const char* name, int64_t value) {
+    services.CoreScriptingService().RegisterScriptConstant(name, value);
+  };
+  constant("rtInteger", rtInteger);
+  constant("rtString", rtString);
+  constant("rtDWord", rtDWord);
+  constant("rtBoolean", rtBoolean);
+  // Registered twice, as the host has always received it.
+  constant("HKEY_CLASSES_ROOT", platform::kHKeyClassesRoot);
+  constant("HKEY_CLASSES_ROOT", platform::kHKeyClassesRoot);
+  constant("HKEY_CURRENT_USER", platform::kHKeyCurrentUser);
+  constant("HKEY_LOCAL_MACHINE", platform::kHKeyLocalMachine);
+  constant("HKEY_USERS", platform::kHKeyUsers);
+  constant("HKEY_CURRENT_CONFIG", platform::kHKeyCurrentConfig);
+  if (!is_design_time) return;
+  services.ActionService().RegisterPropertyEditor(kString, ActionClassOf<TReadRegValueAction>(),
+                                                  "BVVariable",
+                                                  pages::TVariablesListPropertyEditor());
+  services.ActionService().RegisterPropertyEditor(TBVPropertyType{"HKEY"}, CustomRegActionClass(),
+                                                  "RegRoot",
+                                                  pages::TRegRootPropertyEditor::DesignClass());
+  services.ActionService().RegisterActionFrames(ActionClassOf<TReadRegValueAction>(),
+                                                {pages::TReadRegistryFrame()});
+  services.ActionService().RegisterActionFrames(ActionClassOf<TSetRegValueAction>(),
+                                                {pages::TReadRegistryFrame()});
+  services.ActionService().RegisterActionFrames(ActionClassOf<TDeleteRegValueAction>(),
+                                                {pages::TReadRegistryFrame()});
+}
+
+void RegisterActions(IBVServices& services, bool is_design_time) {
   auto action = [&services](const char* category, const TBVActionClass& action_class,
                             const char* icon) {
     services.ActionService().RegisterAction(category, action_class, icon);
@@ -98,10 +153,12 @@ void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
   action(kFilesAndDirectories, ActionClassOf<TConcatAction>(), "HCONCAT");
   action("Disk Management", ActionClassOf<TDiskInfoAction>(), "HDISKSPACE");
   action(kMisc, ActionClassOf<TDateTimeAction>(), "HDATETIME");
+  RegisterRegistryActions(services, is_design_time);
   action(kFilesAndDirectories, ActionClassOf<TRenameDirAction>(), "HRENAMEFILE");
   action(kFilesAndDirectories, ActionClassOf<TBVCreateTextFileAction>(), "HCREATEFILE");
   action(kFilesAndDirectories, ActionClassOf<TBVWriteToTextFileAction>(), "WRITETOTEXTFILE");
   action(kFilesAndDirectories, ActionClassOf<TBVGetFileSizeAction>(), "FILESIZE");
+  action(kWindowsOS, ActionClassOf<TBVIfCOMClassRegistered>(), "HIFCOMREG");
   action(kFilesAndDirectories, ActionClassOf<TBVXCopyAction>(), "HXCOPY");
   services.OptionsService().RegisterOptions(OptionsClassOf<TBVRobocopyOptions>(), "ROBOCOPYICON");
   action(kFilesAndDirectories, ActionClassOf<TBVRobocopyCopyAction>(), "ROBOCOPYICON");
@@ -122,17 +179,20 @@ void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
   }
   action(kFilesAndDirectories, ActionClassOf<TBVFileCRCAction>(), "CRC32");
   action(kFilesAndDirectories, ActionClassOf<TBVFileMD5Action>(), "MD5");
+  action(kWindowsOS, ActionClassOf<TBVShellExecute>(), "HSHELLEXECUTE");
   action(kFilesAndDirectories, ActionClassOf<TTextReplaceAction>(), "TEXTREPLACE");
   action(kVariables, ActionClassOf<TBVVariablesSaveAction>(), "SAVEVARTOINI");
   action(kVariables, ActionClassOf<TBVVariablesLoadAction>(), "LOADVARFROMINI");
   action(kMisc, ActionClassOf<TBVTextFindAction>(), "TEXTFIND");
   action(kFilesAndDirectories, ActionClassOf<TBVFileCompareAction>(), "FILECOMPARE");
   action(kVariables, ActionClassOf<TBVLogVariablesAction>(), "LOGVARIABLEVALS");
+  action(kWindowsOS, ActionClassOf<TBVCloseProcessAction>(), "CLOSEPROCESS");
   action("File Sets", ActionClassOf<TBVFileSetCopyMoveAction>(), "FILESETCOPY");
   action(kVariables, ActionClassOf<TBVReplaceVariablesAction>(), "REPLACEVARS");
   // The random number action reuses the file-size icon.
   action(kMisc, ActionClassOf<TBVRandomNumberAction>(), "FILESIZE");
   action(kMisc, ActionClassOf<TBVSortAction>(), "HSORT");
+  action(kMisc, ActionClassOf<TBVMutexAction>(), "MUTEXACTION");
 }
 
 void RegisterPropertyEditors(IBVServices& services) {
@@ -224,19 +284,23 @@ void RegisterFrames(IBVServices& services) {
          {pages::TListIteratorFrame(), pages::TListIteratorSeparatorFrame()});
   frames(ActionClassOf<TBVFileCRCAction>(), {pages::TFileCRCFrame()});
   frames(ActionClassOf<TBVFileMD5Action>(), {pages::TFileMD5Frame()});
+  frames(ActionClassOf<TBVShellExecute>(), {pages::TBVShellExecuteFrame()});
   frames(ActionClassOf<TTextReplaceAction>(), {pages::TfrmTextReplace()});
   frames(ActionClassOf<TBVVariablesSaveAction>(),
          {pages::TVariablesSaveLoadForm(), pages::TVariablesSaveOptionsFrame()});
   frames(ActionClassOf<TBVVariablesLoadAction>(),
          {pages::TVariablesSaveLoadForm(), pages::TVariablesLoadOptionsFrame()});
   frames(ActionClassOf<TBVLogVariablesAction>(), {pages::TLogVarFrame()});
+  frames(ActionClassOf<TBVIfCOMClassRegistered>(), {pages::TBVIfCOMClassRegFrame()});
   frames(ActionClassOf<TBVTextFindAction>(),
          {pages::TTextFindFrame(), pages::TTextFindReplaceFrame(), pages::TTextFindBehaviourFrame()});
   frames(ActionClassOf<TBVFileCompareAction>(), {pages::TFileCompareFrame()});
+  frames(ActionClassOf<TBVCloseProcessAction>(), {pages::TCloseProcessFrame()});
   frames(ActionClassOf<TBVFileSetCopyMoveAction>(), {pages::TFileSetCopyMoveFrame()});
   frames(ActionClassOf<TBVReplaceVariablesAction>(), {pages::TReplaceVariablesFrame()});
   frames(ActionClassOf<TBVRandomNumberAction>(), {pages::TRandomFrame()});
   frames(ActionClassOf<TBVSortAction>(), {pages::TSortFrame()});
+  frames(ActionClassOf<TBVMutexAction>(), {pages::TMutexActionFrame()});
 }
 
 }  // namespace

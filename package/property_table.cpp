@@ -154,6 +154,11 @@ std::string FormatPropertyValue(const PropertyInfo& info, const PropertyValue& v
       return std::get<bool>(value) ? "True" : "False";
     case PropertyType::kInteger:
     case PropertyType::kCardinal:
+      if (info.named_values != nullptr) {
+        for (const auto& [name, number] : *info.named_values) {
+          if (number == std::get<int64_t>(value)) return std::string(name);
+        }
+      }
       return std::to_string(std::get<int64_t>(value));
     case PropertyType::kEnumeration:
       return FormatEnumValue(*info.enum_info, std::get<int64_t>(value));
@@ -193,6 +198,13 @@ bool ParsePropertyValue(const PropertyInfo& info, std::string_view text, Propert
              ": expected " + expected;
     return false;
   };
+  if (info.named_values != nullptr) {
+    for (const auto& [name, number] : *info.named_values) {
+      if (!SameText(TrimView(text), name)) continue;
+      *value = number;
+      return true;
+    }
+  }
   switch (info.type) {
     case PropertyType::kString:
       *value = std::string(text);

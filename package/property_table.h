@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -78,6 +79,9 @@ struct PropertyInfo {
   bool default_is_dynamic = false;  // e.g. "the moment the object was created"
   std::function<PropertyValue(const TOXXMLObject&)> get;
   std::function<void(TOXXMLObject&, const PropertyValue&)> set;  // empty: read-only
+  // Numbers that also go by a name (an HKEY root: HKEY_LOCAL_MACHINE is
+  // 0x80000002). Integer and Cardinal rows written by name, read either way.
+  const std::vector<std::pair<std::string_view, int64_t>>* named_values = nullptr;
 
   bool IsReadOnly() const { return !set; }
 
@@ -85,6 +89,10 @@ struct PropertyInfo {
   PropertyInfo&& Default(std::string_view text) && { default_text = text; return std::move(*this); }
   PropertyInfo&& NotStored() && { stored = false; return std::move(*this); }
   PropertyInfo&& TypeName(std::string_view name_of_type) && { type_name = name_of_type; return std::move(*this); }
+  PropertyInfo&& NamedValues(const std::vector<std::pair<std::string_view, int64_t>>* names) && {
+    named_values = names;
+    return std::move(*this);
+  }
   PropertyInfo&& DynamicDefault(std::string_view description) && {
     default_text = description;
     default_is_dynamic = true;

@@ -6,47 +6,78 @@ constexpr std::string_view kFrame = "TFrame";
 }
 
 const TBVDesignClass& TCheckFileFrame() {
-  static const TBVDesignClass frame{"TCheckFileFrame", kFrame, {"FileOrDirectory", "CheckType", "CheckNotExists", "ResultVariable"}};
+  static const TBVDesignClass frame{
+      "TCheckFileFrame",
+      kFrame,
+      {"FileOrDirectory", "CheckType", "CheckNotExists", "ResultVariable"}};
   return frame;
 }
 
 const TBVDesignClass& TMoveDirectoryFrame() {
-  static const TBVDesignClass frame{"TMoveDirectoryFrame", kFrame, {"SourceDirectory", "TargetDirectory", "Force", "MergeIntoExisting", "OverwriteFiles"}};
+  static const TBVDesignClass frame{
+      "TMoveDirectoryFrame",
+      kFrame,
+      {"SourceDirectory", "TargetDirectory", "Force", "MergeIntoExisting", "OverwriteFiles"}};
   return frame;
 }
 
 const TBVDesignClass& TDeleteDirFrame() {
-  static const TBVDesignClass frame{"TDeleteDirFrame", kFrame, {"FileOrDirectory", "DeleteTree", "DeleteReadOnly", "DeleteHidden", "LogDeletedFiles", "EnableDelay", "FailIfNoDirectory"}};
+  static const TBVDesignClass frame{
+      "TDeleteDirFrame",
+      kFrame,
+      {"FileOrDirectory", "DeleteTree", "DeleteReadOnly", "DeleteHidden", "LogDeletedFiles",
+       "EnableDelay", "FailIfNoDirectory"}};
   return frame;
 }
 
 const TBVDesignClass& TDeleteFilesFrame() {
-  static const TBVDesignClass frame{"TDeleteFilesFrame", kFrame, {"FileSpec", "DeleteReadOnly", "DeleteHidden", "FailIfNoFile", "LogFilesDeleted"}};
+  static const TBVDesignClass frame{
+      "TDeleteFilesFrame",
+      kFrame,
+      {"FileSpec", "DeleteReadOnly", "DeleteHidden", "FailIfNoFile", "LogFilesDeleted"}};
   return frame;
 }
 
 const TBVDesignClass& TFileAttributeFrame() {
-  static const TBVDesignClass frame{"TFileAttributeFrame", kFrame, {"FileSpec", "Recurse", "UseFileSet", "FileSetName", "ReadOnly", "Archive", "SystemFile", "Hidden", "FailIfFileNotFound", "LogAllFiles"}};
+  static const TBVDesignClass frame{
+      "TFileAttributeFrame",
+      kFrame,
+      {"FileSpec", "Recurse", "UseFileSet", "FileSetName", "ReadOnly", "Archive", "SystemFile",
+       "Hidden", "FailIfFileNotFound", "LogAllFiles"}};
   return frame;
 }
 
 const TBVDesignClass& TFileIteratorFrame() {
-  static const TBVDesignClass frame{"TFileIteratorFrame", kFrame, {"VariableName", "UseFileSet", "FileSpec", "Recurse", "IncludeFilePath", "FindAnyFile", "StrictExtensionMatch", "FileSetName", "FileSetRefreshBefore", "FileSetRefreshAfterEach"}};
+  static const TBVDesignClass frame{
+      "TFileIteratorFrame",
+      kFrame,
+      {"VariableName", "UseFileSet", "FileSpec", "Recurse", "IncludeFilePath", "FindAnyFile",
+       "StrictExtensionMatch", "FileSetName", "FileSetRefreshBefore", "FileSetRefreshAfterEach"}};
   return frame;
 }
 
 const TBVDesignClass& TFolderIteratorFrame() {
-  static const TBVDesignClass frame{"TFolderIteratorFrame", kFrame, {"VariableName", "StartingFolder", "Recurse", "IncludeFolderPath", "IncludeHiddenSystem"}};
+  static const TBVDesignClass frame{
+      "TFolderIteratorFrame",
+      kFrame,
+      {"VariableName", "StartingFolder", "Recurse", "IncludeFolderPath", "IncludeHiddenSystem"}};
   return frame;
 }
 
 const TBVDesignClass& TCopyFrame() {
-  static const TBVDesignClass frame{"TCopyFrame", kFrame, {"FileSpec", "Target", "TargetIsDir", "Force", "Recurse", "FailIfExists", "OverwriteReadOnly", "ClearAttributes", "FailIfZeroFiles", "LogFilesAffected"}};
+  static const TBVDesignClass frame{
+      "TCopyFrame",
+      kFrame,
+      {"FileSpec", "Target", "TargetIsDir", "Force", "Recurse", "FailIfExists", "OverwriteReadOnly",
+       "ClearAttributes", "FailIfZeroFiles", "LogFilesAffected"}};
   return frame;
 }
 
 const TBVDesignClass& TTouchFrame() {
-  static const TBVDesignClass frame{"TTouchFrame", kFrame, {"FileSpec", "Recurse", "UseCurrentDateTime", "DateTimeString", "CreateIfMissing", "FailIfZeroFiles", "LogFilesAffected"}};
+  static const TBVDesignClass frame{"TTouchFrame",
+                                    kFrame,
+                                    {"FileSpec", "Recurse", "UseCurrentDateTime", "DateTimeString",
+                                     "CreateIfMissing", "FailIfZeroFiles", "LogFilesAffected"}};
   return frame;
 }
 
@@ -61,22 +92,33 @@ const TBVDesignClass& TRenameDirFrame() {
 }
 
 const TBVDesignClass& TGetFileSizeFrame() {
-  static const TBVDesignClass frame{"TGetFileSizeFrame", kFrame, {"FileName", "BVVariable", "Units"}};
+  static const TBVDesignClass frame{
+      "TGetFileSizeFrame", kFrame, {"FileName", "BVVariable", "Units"}};
   return frame;
 }
 
 const TBVDesignClass& TConcatFilesFrame() {
-  static const TBVDesignClass frame{"TConcatFilesFrame", kFrame, {"SourceFiles", "TargetFile", "Separator", "AddLineBreaks", "AppendToTarget", "LogFilesAffected"}};
+  static const TBVDesignClass frame{"TConcatFilesFrame",
+                                    kFrame,
+                                    {"SourceFiles", "TargetFile", "Separator", "AddLineBreaks",
+                                     "AppendToTarget", "LogFilesAffected"}};
   return frame;
 }
 
 const TBVDesignClass& TDiskFreeSpaceFrame() {
-  static const TBVDesignClass frame{"TDiskFreeSpaceFrame", kFrame, {"Path", "Units", "FreeSpaceVariable", "TotalSpaceVariable", "MinimumFreeSpace"}};
+  static const TBVDesignClass frame{
+      "TDiskFreeSpaceFrame",
+      kFrame,
+      {"Path", "Units", "FreeSpaceVariable", "TotalSpaceVariable", "MinimumFreeSpace"}};
   return frame;
 }
 
 const TBVDesignClass& TFileSetCopyMoveFrame() {
-  static const TBVDesignClass frame{"TFileSetCopyMoveFrame", kFrame, {"FileSetName", "Operation", "TargetDirectory", "OverwriteMode", "OverwriteReadOnly", "RefreshFileSet", "FailIfZeroFiles", "LogFilesAffected"}};
+  static const TBVDesignClass frame{
+      "TFileSetCopyMoveFrame",
+      kFrame,
+      {"FileSetName", "Operation", "TargetDirectory", "OverwriteMode", "OverwriteReadOnly",
+       "RefreshFileSet", "FailIfZeroFiles", "LogFilesAffected"}};
   return frame;
 }
 
@@ -98,11 +140,11 @@ const TBVDesignClass& TCreateFileFrame() {
 }
 
 const TBVDesignClass& TWriteToTextFileFrame() {
-  static const TBVDesignClass frame{"TWriteToTextFileFrame",
-                                    kFrame,
-                                    {"FileName", "CreateIfNotExists", "WriteToPosition",
-                                     "IgnoreNoContent", "ExpandVariables", "Encoding",
-                                     "NewContent"}};
+  static const TBVDesignClass frame{
+      "TWriteToTextFileFrame",
+      kFrame,
+      {"FileName", "CreateIfNotExists", "WriteToPosition", "IgnoreNoContent", "ExpandVariables",
+       "Encoding", "NewContent"}};
   return frame;
 }
 
@@ -135,10 +177,10 @@ const TBVDesignClass& TFileMD5Frame() {
 }
 
 const TBVDesignClass& TFileCompareFrame() {
-  static const TBVDesignClass frame{"TFileCompareFrame",
-                                    kFrame,
-                                    {"FileA", "FileB", "CompareDate", "CompareSize", "CompareMD5",
-                                     "Fail", "Inverted"}};
+  static const TBVDesignClass frame{
+      "TFileCompareFrame",
+      kFrame,
+      {"FileA", "FileB", "CompareDate", "CompareSize", "CompareMD5", "Fail", "Inverted"}};
   return frame;
 }
 
@@ -229,6 +271,48 @@ const TBVDesignClass& TReplaceVariablesFrame() {
       kFrame,
       {"SourceType", "SourceFile", "SourceVariable", "WriteBackToSource", "DestType", "DestFile",
        "DestVariable", "FailOnVariableErrors", "WriteToLog"}};
+  return frame;
+}
+
+// One page for the three registry actions; each shows the controls of the
+// properties it publishes.
+const TBVDesignClass& TReadRegistryFrame() {
+  static const TBVDesignClass frame{
+      "TReadRegistryFrame",
+      kFrame,
+      {"RegRoot", "RegKey", "RegValueName", "RegValType", "BVVariable", "RegValue",
+       "AllowCreateKey", "DeleteKey", "Recursive", "Read64BitKey"}};
+  return frame;
+}
+
+const TBVDesignClass& TBVShellExecuteFrame() {
+  static const TBVDesignClass frame{
+      "TBVShellExecuteFrame",
+      kFrame,
+      {"FileSpec", "Action", "Parameters", "WorkingDir", "WaitForCompletion"}};
+  return frame;
+}
+
+const TBVDesignClass& TBVIfCOMClassRegFrame() {
+  static const TBVDesignClass frame{
+      "TBVIfCOMClassRegFrame",
+      kFrame,
+      {"UseProgID", "ProgID", "CLSID", "Invert", "FailIfNotRegistered"}};
+  return frame;
+}
+
+const TBVDesignClass& TCloseProcessFrame() {
+  static const TBVDesignClass frame{
+      "TCloseProcessFrame", kFrame, {"ProcessID", "SendWMClose", "Timeout", "TimeoutLimit"}};
+  return frame;
+}
+
+const TBVDesignClass& TMutexActionFrame() {
+  static const TBVDesignClass frame{
+      "TMutexActionFrame",
+      kFrame,
+      {"Mode", "FileName", "CreateNewFile", "DeleteOnUnlock", "MutexName", "CreateNewMutex",
+       "EnableTimeout", "TimeoutLength"}};
   return frame;
 }
 

@@ -43,6 +43,11 @@ const TBVDesignClass& TVariablesSaveOptionsFrame();
 const TBVDesignClass& TVariablesLoadOptionsFrame();
 const TBVDesignClass& TLogVarFrame();
 const TBVDesignClass& TReplaceVariablesFrame();
+const TBVDesignClass& TReadRegistryFrame();
+const TBVDesignClass& TBVShellExecuteFrame();
+const TBVDesignClass& TBVIfCOMClassRegFrame();
+const TBVDesignClass& TCloseProcessFrame();
+const TBVDesignClass& TMutexActionFrame();
 // A page of explanation only; it edits no property.
 const TBVDesignClass& TRunDOSReadme();
 

@@ -4,6 +4,11 @@
 
 namespace brivant::pages {
 
+const TBVDesignClass& TVariablesListPropertyEditor() {
+  static const TBVDesignClass editor{"TVariablesListPropertyEditor", "TDCDsgnPropertyEditor", {}};
+  return editor;
+}
+
 const TBVDesignClass& TFileNameEdit() {
   static const TBVDesignClass editor{"TFileNameEdit", "TDCDsgnPropertyEditor", {}};
   return editor;

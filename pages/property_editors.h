@@ -26,6 +26,7 @@ struct FileDialogSettings {
 
 const TBVDesignClass& TFileNameEdit();           // the host's file browse dialog
 const TBVDesignClass& TSelectDirectoryEditor();  // the host's directory browse dialog
+const TBVDesignClass& TVariablesListPropertyEditor();  // the host's list of project variables
 const TBVDesignClass& TFileNameEditEx();
 const TBVDesignClass& TTouchFilesDateEditor();
 const TBVDesignClass& TRunProgEditor();

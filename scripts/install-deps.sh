@@ -7,6 +7,7 @@ packages=(
   libpcre2-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   zsh
+  libsqlite3-dev
 )
 missing=()
 for package in "${packages[@]}"; do

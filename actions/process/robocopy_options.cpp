@@ -2,6 +2,8 @@
 
 #include <optional>
 
+#include "actions/process/bv_registry.h"
+
 namespace brivant {
 namespace {
 
@@ -9,13 +11,19 @@ namespace {
 // always been written.
 constexpr const char* kRobocopyRegistryKey = "software\\?";
 
-// The registry seam. The registry store of the registry actions does not exist
-// yet, so nothing is found and the location must come from the options
-// store. TODO: read the value from HKEY_LOCAL_MACHINE (read-only) once the
-// registry store is in package/platform.
-std::optional<std::string> ReadLocalMachineString(const std::string& /*key*/,
-                                                  const std::string& /*value_name*/) {
-  return std::nullopt;
+// A string value of HKEY_LOCAL_MACHINE, read only; nullopt when the key or
+// the value is missing, is not text, or the store cannot be read.
+std::optional<std::string> ReadLocalMachineString(const std::string& key,
+                                                  const std::string& value_name) {
+  TBVRegistry registry(KEY_READ);
+  registry.SetRootKey(platform::kHKeyLocalMachine);
+  if (!registry.OpenKey(key, /*can_create=*/false)) return std::nullopt;
+  try {
+    if (!registry.ValueExists(value_name)) return std::nullopt;
+    return registry.ReadString(value_name);
+  } catch (const ERegistryException&) {
+    return std::nullopt;
+  }
 }
 
 // Answers every key with its default: used when the host has no store.

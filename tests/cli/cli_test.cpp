@@ -680,5 +680,62 @@ TEST_F(CliTest, ReleaseExampleStagesChecksumsPacksAndCleansUp) {
   EXPECT_EQ(manifest.find("build.log"), std::string::npos) << manifest;
 }
 
+// Seeding the store from the command line and reading it back, also through
+// a project; bad arguments are usage errors.
+TEST_F(CliTest, RegistrySeedsTheStoreThatActionsRead) {
+  const std::string env = "BRIVANT_REGISTRY=" + Quoted(temp_.Join("reg.db"));
+  struct Row {
+    std::string arguments;
+    int status;
+    std::string out;
+    std::string err;
+  };
+  const std::vector<Row> rows = {
+      {"registry query HKLM", 1, "", "brivant: registry key HKEY_LOCAL_MACHINE does not exist\n"},
+      {"registry set 'HKLM\\Software\\Acme' -v Build -t REG_DWORD -d 0x2a", 0, "", ""},
+      {"registry set 'hklm\\SOFTWARE\\acme\\Tools' -v '' -d 'C:\\x y'", 0, "", ""},
+      {"registry query 'HKEY_LOCAL_MACHINE\\software\\Acme'", 0,
+       "HKEY_LOCAL_MACHINE\\software\\Acme\n    Build    REG_DWORD    0x2a\n\n"
+       "HKEY_LOCAL_MACHINE\\software\\Acme\\Tools\n",
+       ""},
+      {"registry query 'HKLM\\Software\\Acme\\Tools' -v ''", 0,
+       "HKEY_LOCAL_MACHINE\\Software\\Acme\\Tools\n    (Default)    REG_SZ    C:\\x y\n", ""},
+      {"registry set HKLM -v x -t REG_DWORD -d -1", 2, "",
+       "brivant: invalid REG_DWORD data '-1': expected 0 to 4294967295, decimal or 0x hex\n"},
+      {"registry set 'HKXX\\a'", 2, "",
+       "brivant: unknown registry root 'HKXX' (expected HKCR, HKCU, HKLM, HKU or HKCC)\n"},
+      {"registry delete 'HKLM\\Software\\Acme' -v Nope", 1, "",
+       "brivant: registry value 'Nope' of HKEY_LOCAL_MACHINE\\Software\\Acme does not exist\n"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.arguments);
+    Outcome outcome = Brivant(row.arguments, env);
+    EXPECT_EQ(outcome.status, row.status);
+    EXPECT_EQ(outcome.out, row.out);
+    EXPECT_EQ(outcome.err, row.err);
+  }
+  std::string project = WriteProject(R"(<Project>
+  <Variables><Variable Name="N" Type="Integer" Value="0"/></Variables>
+  <Actions>
+    <Action Class="TReadRegValueAction">
+      <Property Name="RegKey">Software\Acme</Property>
+      <Property Name="RegValueName">build</Property>
+      <Property Name="RegValType">rtDWord</Property>
+      <Property Name="BVVariable">N</Property>
+    </Action>
+    <Action Class="TDeleteRegValueAction">
+      <Property Name="RegRoot">0x80000002</Property>
+      <Property Name="RegKey">Software\Acme</Property>
+      <Property Name="DeleteKey">True</Property>
+      <Property Name="Recursive">True</Property>
+    </Action>
+  </Actions>
+</Project>)");
+  Outcome outcome = Brivant("run " + project + " --log json", env + " env -u BRIVANT_PACKAGE_PATH");
+  EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+  EXPECT_NE(outcome.out.find("\"text\":\"Read Value : 42\""), std::string::npos) << outcome.out;
+  EXPECT_EQ(Brivant("registry query 'HKLM\\Software\\Acme'", env).status, 1);
+}
+
 }  // namespace
 }  // namespace brivant

@@ -165,6 +165,25 @@ class SkippingContainer : public TBVAction {
   }
 };
 
+// Says itself that its condition failed, and listens for the end of the run.
+class SelfJudgingContainer : public TBVAction, public IBVRunEndListener {
+ public:
+  std::string_view ClassName() const override { return "TSelfJudgingContainer"; }
+  std::string GetActionName() const override { return "Judge"; }
+  bool Execute() override {
+    SetActionStatus(asConditionNotMet);
+    Host()->RegisterRunEndListener(this);
+    return true;
+  }
+  void GetNextActionSource(TBVNextActionSourceState state, TBVNextAction& next) override {
+    if (state == nssAfterExecute) next = naLeaveContainer;
+  }
+  void ProjectRunEnded() override {
+    SendMessage("run ended", stInfo);
+    Host()->UnregisterRunEndListener(this);
+  }
+};
+
 // Asks for a stop while it runs, as Ctrl-C would, through the runner or
 // through a real SIGINT; then waits in Sleep, which a stop must cut short.
 class StoppingAction : public TBVAction {
@@ -354,6 +373,16 @@ TEST_F(BuildRunnerTest, ValidationProblemsStopTheBuildBeforeAnythingRuns) {
                                              "build failed"}));
   EXPECT_FALSE(succeeded_);
   EXPECT_EQ(StatusOf(0), asNotRun);
+}
+
+TEST_F(BuildRunnerTest, ContainerKeepsTheStatusItSetAndHearsTheEndOfTheRunOnce) {
+  project_.actions = List(
+      Node("Judge", std::make_unique<SelfJudgingContainer>(), List(Node("Inside", Log("inside")))),
+      Node("After", Log("after")));
+  EXPECT_EQ(Run(), (std::vector<std::string>{"start Judge", "end Judge ok", "start After",
+                                             "stInfo: after", "end After ok", "stInfo: run ended",
+                                             "build ok"}));
+  EXPECT_EQ(StatusOf(0), asConditionNotMet);
 }
 
 TEST_F(BuildRunnerTest, ContainerWhoseConditionFailsSkipsItsChildren) {
