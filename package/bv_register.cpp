@@ -22,6 +22,8 @@
 #include "actions/files/rename_dir_action.h"
 #include "actions/files/set_file_attributes_action.h"
 #include "actions/files/touch_files_action.h"
+#include "actions/images/images_action.h"
+#include "actions/images/jpeg_lossless_transform_action.h"
 #include "actions/iterators/file_iterator.h"
 #include "actions/iterators/folder_iterator.h"
 #include "actions/process/robocopy_copy_action.h"
@@ -40,6 +42,7 @@
 #include "pages/copy_tool_frames.h"
 #include "pages/file_attribute_editor.h"
 #include "pages/frames.h"
+#include "pages/image_frames.h"
 #include "pages/property_editors.h"
 
 namespace brivant {
@@ -97,6 +100,9 @@ void RegisterActions(IBVServices& services, bool /*is_design_time*/) {
   action("File Sets", ActionClassOf<TBVFileSetCopyMoveAction>(), "FILESETCOPY");
   // The random number action reuses the file-size icon.
   action(kMisc, ActionClassOf<TBVRandomNumberAction>(), "FILESIZE");
+  // The two image actions share one icon.
+  action(kMisc, ActionClassOf<TBVImagesAction>(), "IMAGEACTION");
+  action(kMisc, ActionClassOf<TBVJPEGLosslessTransformAction>(), "IMAGEACTION");
 }
 
 void RegisterPropertyEditors(IBVServices& services) {
@@ -181,6 +187,11 @@ void RegisterFrames(IBVServices& services) {
   frames(ActionClassOf<TBVFileCompareAction>(), {pages::TFileCompareFrame()});
   frames(ActionClassOf<TBVFileSetCopyMoveAction>(), {pages::TFileSetCopyMoveFrame()});
   frames(ActionClassOf<TBVRandomNumberAction>(), {pages::TRandomFrame()});
+  frames(ActionClassOf<TBVImagesAction>(),
+         {pages::TImagesFilesFrame(), pages::TImagesOutputFrame(), pages::TImagesRotateFrame(),
+          pages::TImagesResizeFrame()});
+  frames(ActionClassOf<TBVJPEGLosslessTransformAction>(),
+         {pages::TJPEGLosslessTransformFilesFrame(), pages::TJPEGLosslessTransformFrame()});
 }
 
 }  // namespace

@@ -5,6 +5,7 @@ packages=(
   build-essential cmake ninja-build pkg-config
   libpugixml-dev libcli11-dev libfmt-dev duktape-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  libvips-dev libturbojpeg0-dev libexiv2-dev libcairo2-dev
 )
 missing=()
 for package in "${packages[@]}"; do
