@@ -33,7 +33,11 @@ class FixedFileSet : public IBVFileSet {
 
 class ImageActionTest : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() { ASSERT_EQ(vips_init("tests"), 0); }
+  static void SetUpTestSuite() {
+    ASSERT_EQ(vips_init("tests"), 0);
+    // Files are rewritten under the same name; a cached load would be stale.
+    vips_cache_set_max(0);
+  }
 
   // Sets properties from their project-file texts.
   static void Configure(TCustomBVAction& action,
