@@ -102,10 +102,16 @@ prepare() {
   sync
 }
 
-# Times one command: "seconds peak_kib" into $scratch/last.time.
+# GNU time runs each command in a fresh bash; its peak is that of the
+# largest process the command ran.
+export -f resize_ours resize_vipsthumbnail resize_mogrify rotate_ours rotate_mogrify \
+  lossless_ours lossless_jpegtran auto_ours auto_exiftran
+export brivant scratch out work photos kWidth
+
+# Times one command: "seconds peak_kib".
 measure() {
   prepare
-  /usr/bin/time -f '%e %M' -o "$scratch/last.time" "$@" >"$scratch/last.log" 2>&1 || {
+  /usr/bin/time -f '%e %M' -o "$scratch/last.time" bash -c "$1" >"$scratch/last.log" 2>&1 || {
     echo "$bench_name: '$*' failed:" >&2
     tail -n 20 "$scratch/last.log" >&2
     exit 1

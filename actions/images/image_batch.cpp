@@ -130,11 +130,20 @@ bool ImageBatch::ExpandSettings() {
     if (!action_.TryExpandExpression("Output Directory", settings_.output_dir, expanded, true))
       return false;
     settings_.output_dir = expanded;
+    // An empty directory would put the outputs at the root of the file system.
+    if (Trim(expanded).empty()) {
+      action_.SendMessage("The output directory has not been set", stError);
+      return false;
+    }
   }
   if (settings_.output_location == ToNewFilename) {
     if (!action_.TryExpandExpression("Output Filename", settings_.output_filename, expanded, true))
       return false;
     settings_.output_filename = expanded;
+    if (Trim(expanded).empty()) {
+      action_.SendMessage("The output filename has not been set", stError);
+      return false;
+    }
   }
   return true;
 }

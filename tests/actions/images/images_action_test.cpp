@@ -183,6 +183,15 @@ TEST_F(ImagesActionTest, FileSetKeepsDirectoriesAndStopsAtTheFirstFailure) {
             std::vector<std::string>{"File already exists: " + Path("out/a/1.png")});
 }
 
+// Not the root of the file system.
+TEST_F(ImagesActionTest, EmptyOutputDirectoryIsRefused) {
+  TBVImagesAction action;
+  Configure(action, {{"InputFilename", MakeQuadrants("in.png")}});
+  EXPECT_FALSE(host_.Run(action));
+  EXPECT_EQ(host_.Texts(stError),
+            std::vector<std::string>{"The output directory has not been set"});
+}
+
 // Damaged files fail with a line that names them and stay as they were.
 TEST_F(ImagesActionTest, BadInputIsReportedAndLeftUntouched) {
   std::string truncated = MakeQuadrants("truncated.jpg", 640, 480);
