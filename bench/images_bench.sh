@@ -8,7 +8,8 @@
 #   lossless EXIF auto     against `exiftran -a -i`
 # Each round times every command once, in an order that rotates from round
 # to round, on inputs prepared identically outside the timing; the script
-# ends with the median ratios and the peak memory (maximum resident set).
+# ends with the median of the per-round ratios and the peak memory (maximum
+# resident set).
 # Goals: resize at most 1.0 x vipsthumbnail and at least 4 x faster than
 # mogrify; rotate at most 0.5 x mogrify; lossless at most 0.8 x jpegtran.
 #
@@ -126,15 +127,18 @@ for ((round = 0; round < rounds; ++round)); do
   for ((k = 0; k < ${#commands[@]}; ++k)); do
     command=${commands[(k + round) % ${#commands[@]}]}
     read -r seconds peak < <(measure "$command")
-    echo "$command $seconds $peak" >>"$scratch/runs"
+    echo "$round $command $seconds $peak" >>"$scratch/runs"
     echo "round $((round + 1)): $command ${seconds}s peak $((peak / 1024)) MiB" >&2
   done
 done
 
-seconds_of() { awk -v c="$1" '$1 == c { print $2 }' "$scratch/runs" | median; }
-peak_of() { awk -v c="$1" '$1 == c { print $3 }' "$scratch/runs" | sort -n | tail -n 1; }
+seconds_of() { awk -v c="$1" '$2 == c { print $3 }' "$scratch/runs" | median; }
+peak_of() { awk -v c="$1" '$2 == c { print $4 }' "$scratch/runs" | sort -n | tail -n 1; }
+# The median over the rounds of ours / peer.
 ratio() {
-  awk -v a="$(seconds_of "$1")" -v b="$(seconds_of "$2")" 'BEGIN { printf "%.2f", a / b }'
+  awk -v a="$1" -v b="$2" '$2 == a { ours[$1] = $3 } $2 == b { peer[$1] = $3 }
+    END { for (r in ours) if (peer[r] > 0) print ours[r] / peer[r] }' "$scratch/runs" |
+    median | awk '{ printf "%.2f", $1 }'
 }
 echo "load average before the summary: $(cut -d' ' -f1-3 /proc/loadavg), $(nproc) cores"
 for command in "${commands[@]}"; do
