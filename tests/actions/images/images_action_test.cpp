@@ -183,6 +183,18 @@ TEST_F(ImagesActionTest, FileSetKeepsDirectoriesAndStopsAtTheFirstFailure) {
             std::vector<std::string>{"File already exists: " + Path("out/a/1.png")});
 }
 
+TEST_F(ImagesActionTest, StopRequestWritesNoFurtherImage) {
+  FixedFileSet set(Path("set"), {MakeQuadrants("set/1.png"), MakeQuadrants("set/2.png")});
+  host_.AddProjectObject("FileSetObject", "Photos", &set);
+  host_.stop_signalled = true;
+  TBVImagesAction action;
+  Configure(action,
+            {{"InputImage", "UseFileSet"}, {"InputFileset", "Photos"}, {"OutputDir", Path("out")}});
+  EXPECT_FALSE(host_.Run(action));
+  EXPECT_EQ(host_.Texts(stError), std::vector<std::string>{"Stop signalled... aborting"});
+  EXPECT_FALSE(std::filesystem::exists(Path("out")));
+}
+
 // Not the root of the file system.
 TEST_F(ImagesActionTest, EmptyOutputDirectoryIsRefused) {
   TBVImagesAction action;
