@@ -22,6 +22,8 @@
 #include "actions/files/rename_dir_action.h"
 #include "actions/files/set_file_attributes_action.h"
 #include "actions/files/touch_files_action.h"
+#include "actions/images/images_action.h"
+#include "actions/images/jpeg_lossless_transform_action.h"
 #include "actions/iterators/file_iterator.h"
 #include "actions/iterators/folder_iterator.h"
 #include "actions/iterators/ini_file_iterator.h"
@@ -58,6 +60,7 @@
 #include "pages/copy_tool_frames.h"
 #include "pages/file_attribute_editor.h"
 #include "pages/frames.h"
+#include "pages/image_frames.h"
 #include "pages/property_editors.h"
 #include "pages/text_frames.h"
 #include "pages/reg_root_property_editor.h"
@@ -192,6 +195,9 @@ void RegisterActions(IBVServices& services, bool is_design_time) {
   // The random number action reuses the file-size icon.
   action(kMisc, ActionClassOf<TBVRandomNumberAction>(), "FILESIZE");
   action(kMisc, ActionClassOf<TBVSortAction>(), "HSORT");
+  // The two image actions share one icon.
+  action(kMisc, ActionClassOf<TBVImagesAction>(), "IMAGEACTION");
+  action(kMisc, ActionClassOf<TBVJPEGLosslessTransformAction>(), "IMAGEACTION");
   action(kMisc, ActionClassOf<TBVMutexAction>(), "MUTEXACTION");
 }
 
@@ -301,6 +307,11 @@ void RegisterFrames(IBVServices& services) {
   frames(ActionClassOf<TBVRandomNumberAction>(), {pages::TRandomFrame()});
   frames(ActionClassOf<TBVSortAction>(), {pages::TSortFrame()});
   frames(ActionClassOf<TBVMutexAction>(), {pages::TMutexActionFrame()});
+  frames(ActionClassOf<TBVImagesAction>(),
+         {pages::TImagesFilesFrame(), pages::TImagesOutputFrame(), pages::TImagesRotateFrame(),
+          pages::TImagesResizeFrame()});
+  frames(ActionClassOf<TBVJPEGLosslessTransformAction>(),
+         {pages::TJPEGLosslessTransformFilesFrame(), pages::TJPEGLosslessTransformFrame()});
 }
 
 }  // namespace

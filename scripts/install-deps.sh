@@ -8,6 +8,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   zsh
   libsqlite3-dev
+  libvips-dev libturbojpeg0-dev libexiv2-dev libcairo2-dev
 )
 missing=()
 for package in "${packages[@]}"; do
