@@ -264,7 +264,9 @@ TEST_F(CliTest, UsageErrorsExitWithTwo) {
     std::string error_start;  // the first line of standard error
   };
   const std::vector<Case> cases = {
-      {"no command", "", "brivant: a command is required: run, validate, list, props, describe"},
+      {"no command", "",
+       "brivant: a command is required: run, validate, list, props, registry, describe, "
+       "reference\n"},
       {"unknown command", "frobnicate", "brivant: unknown command 'frobnicate'\n"},
       {"mistyped command", "-C . rnu p.bvproj",
        "brivant: unknown command 'rnu' (did you mean 'run'?)"},
