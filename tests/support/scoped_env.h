@@ -15,6 +15,11 @@ class ScopedEnv {
     if (const char* old = std::getenv(name)) old_ = old;
     ::setenv(name, value.c_str(), 1);
   }
+  // Removes the variable instead.
+  explicit ScopedEnv(const char* name) : name_(name) {
+    if (const char* old = std::getenv(name)) old_ = old;
+    ::unsetenv(name);
+  }
   ~ScopedEnv() {
     if (old_) {
       ::setenv(name_, old_->c_str(), 1);
