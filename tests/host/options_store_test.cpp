@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -11,13 +10,6 @@
 
 namespace brivant::host {
 namespace {
-
-// Sets `name` to `value`, or clears it, until the result goes.
-std::unique_ptr<testing::ScopedEnv> ScopedSetting(const char* name,
-                                                  const std::optional<std::string>& value) {
-  if (value) return std::make_unique<testing::ScopedEnv>(name, *value);
-  return std::make_unique<testing::ScopedEnv>(name);
-}
 
 class OptionsStoreTest : public ::testing::Test {
  protected:
@@ -150,9 +142,9 @@ TEST(OptionsFilePath, FollowsTheEnvironment) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
-    auto options = ScopedSetting("BRIVANT_OPTIONS", c.brivant_options);
-    auto xdg_config_home = ScopedSetting("XDG_CONFIG_HOME", c.xdg_config_home);
-    auto home = ScopedSetting("HOME", c.home);
+    testing::ScopedEnv options("BRIVANT_OPTIONS", c.brivant_options);
+    testing::ScopedEnv xdg_config_home("XDG_CONFIG_HOME", c.xdg_config_home);
+    testing::ScopedEnv home("HOME", c.home);
     EXPECT_EQ(OptionsFilePath(), c.expected);
   }
 }

@@ -32,7 +32,7 @@ class TextFileTest : public ::testing::Test {
   std::string Get(const std::string& name) const { return testing::ReadBytes(PathOf(name)); }
 
   testing::ScopedEnv locale_{"LC_ALL", "C.UTF-8"};
-  testing::ScopedEnv charset_{"BRIVANT_ANSI_CHARSET"};
+  testing::ScopedEnv charset_{"BRIVANT_ANSI_CHARSET", std::nullopt};
   testing::ScopedTempDir dir_;
 };
 
