@@ -417,7 +417,7 @@ TEST_F(CopyFilesActionTest, EmptyExpandedTargetIsRefused) {
             std::vector<std::string>{"target \"%NOWHERE%\" is empty once expanded"});
 }
 
-TEST_F(CopyFilesActionTest, ValidationAndDescription) {
+TEST_F(CopyFilesActionTest, ValidationDescriptionAndLoadOrder) {
   TCopyFilesAction action;
   EXPECT_EQ(
       host_.Validate(action),
@@ -427,6 +427,13 @@ TEST_F(CopyFilesActionTest, ValidationAndDescription) {
   Set(action, "Target", std::string("/out"));
   EXPECT_EQ(host_.Validate(action), std::vector<ValidationError>{});
   EXPECT_EQ(action.GetFormattedDescription(), "Copy File(s) [ %SRC%/*.dll -> /out ]");
+  // A project applies properties in this order, so FileSpec and Recurse, which switch
+  // TargetIsDir on, must come where the coupled setters expect them.
+  EXPECT_EQ(
+      action.GetPropertyTable().Names(),
+      (std::vector<std::string_view>{"FileSpec", "Target", "Force", "TargetIsDir", "FailIfExists",
+                                     "Overwrite", "OverwriteReadOnly", "Recurse", "ClearAttributes",
+                                     "FailIfZeroFiles", "FilesAffected", "LogFilesAffected"}));
 }
 
 }  // namespace
