@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <map>
 #include <string>
 
 #include "host/build_runner.h"
 #include "package/exceptions.h"
+#include "tests/support/scoped_env.h"
 
 namespace brivant::host {
 namespace {
@@ -88,13 +88,7 @@ TEST(ExpandReferences, UnknownReferenceStaysAsItIsAndUncountedWhenLenient) {
 class RunnerExpansionTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ::setenv("BRIVANT_EXPANDER_ENV", "from environment", 1);
-    ::setenv("BRIVANT_EXPANDER_BOTH", "environment loses", 1);
     project_.variables = {{"BRIVANT_EXPANDER_BOTH", Variant("project wins"), 1}};
-  }
-  void TearDown() override {
-    ::unsetenv("BRIVANT_EXPANDER_ENV");
-    ::unsetenv("BRIVANT_EXPANDER_BOTH");
   }
 
   class Lines : public LogSink {
@@ -113,6 +107,8 @@ class RunnerExpansionTest : public ::testing::Test {
     void Flush() override {}
   };
 
+  testing::ScopedEnv env_{"BRIVANT_EXPANDER_ENV", "from environment"};
+  testing::ScopedEnv both_{"BRIVANT_EXPANDER_BOTH", "environment loses"};
   Project project_;
   Lines sink_;
 };

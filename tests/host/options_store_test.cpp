@@ -2,41 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <optional>
 #include <string>
 
+#include "tests/support/scoped_env.h"
 #include "tests/support/test_host.h"
 
 namespace brivant::host {
 namespace {
-
-// Sets or clears environment variables for one test and restores them after.
-class ScopedEnvironment {
- public:
-  ~ScopedEnvironment() {
-    for (const auto& [name, value] : saved_) {
-      if (value) {
-        ::setenv(name.c_str(), value->c_str(), 1);
-      } else {
-        ::unsetenv(name.c_str());
-      }
-    }
-  }
-  void Set(const std::string& name, const std::optional<std::string>& value) {
-    const char* old = std::getenv(name.c_str());
-    saved_.emplace_back(name, old ? std::optional<std::string>(old) : std::nullopt);
-    if (value) {
-      ::setenv(name.c_str(), value->c_str(), 1);
-    } else {
-      ::unsetenv(name.c_str());
-    }
-  }
-
- private:
-  std::vector<std::pair<std::string, std::optional<std::string>>> saved_;
-};
 
 class OptionsStoreTest : public ::testing::Test {
  protected:
@@ -169,10 +142,9 @@ TEST(OptionsFilePath, FollowsTheEnvironment) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
-    ScopedEnvironment environment;
-    environment.Set("BRIVANT_OPTIONS", c.brivant_options);
-    environment.Set("XDG_CONFIG_HOME", c.xdg_config_home);
-    environment.Set("HOME", c.home);
+    testing::ScopedEnv options("BRIVANT_OPTIONS", c.brivant_options);
+    testing::ScopedEnv xdg_config_home("XDG_CONFIG_HOME", c.xdg_config_home);
+    testing::ScopedEnv home("HOME", c.home);
     EXPECT_EQ(OptionsFilePath(), c.expected);
   }
 }

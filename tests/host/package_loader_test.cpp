@@ -5,12 +5,12 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "host/action_registry.h"
 #include "package/custom_bv_action.h"
+#include "tests/support/scoped_env.h"
 #include "tests/support/test_host.h"
 
 namespace brivant::host {
@@ -111,10 +111,7 @@ TEST_F(PackageLoaderTest, DirectoryThatIsAFileIsReported) {
 }
 
 TEST(PackageDirectories, ComeFromTheEnvironmentOrTheExecutable) {
-  const char* saved = std::getenv("BRIVANT_PACKAGE_PATH");
-  std::optional<std::string> old = saved ? std::optional<std::string>(saved) : std::nullopt;
-
-  ::setenv("BRIVANT_PACKAGE_PATH", "/a/packages::/b:", 1);
+  testing::ScopedEnv path("BRIVANT_PACKAGE_PATH", "/a/packages::/b:");
   EXPECT_EQ(PackageDirectories(), (std::vector<std::string>{"/a/packages", "/b"}));
   ::setenv("BRIVANT_PACKAGE_PATH", "", 1);
   EXPECT_EQ(PackageDirectories(), std::vector<std::string>{});
@@ -129,7 +126,6 @@ TEST(PackageDirectories, ComeFromTheEnvironmentOrTheExecutable) {
   std::string installed_start = executable_dir + "/../";
   EXPECT_EQ(directories[1].substr(0, installed_start.size()), installed_start);
   EXPECT_TRUE(directories[1].ends_with("/brivant")) << directories[1];
-  if (old) ::setenv("BRIVANT_PACKAGE_PATH", old->c_str(), 1);
 }
 
 }  // namespace

@@ -3,16 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <optional>
+#include <string>
+
+#include "tests/support/scoped_env.h"
+#include "tests/support/test_host.h"
 
 namespace brivant {
 namespace {
-
-namespace fs = std::filesystem;
 
 // "Aé😀": one character from each UTF-8 length class but three, the last
 // outside the BMP (U+1F600, UTF-16 surrogate pair D83D DE00).
@@ -28,42 +25,15 @@ const std::string kBeBom = "\xFE\xFF";
 // environment's locale must not decide what "ANSI" means here.
 class TextFileTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    for (const char* name : {"LC_ALL", "BRIVANT_ANSI_CHARSET"}) {
-      const char* value = std::getenv(name);
-      saved_env_.emplace_back(name, value ? std::optional<std::string>(value) : std::nullopt);
-    }
-    setenv("LC_ALL", "C.UTF-8", 1);
-    unsetenv("BRIVANT_ANSI_CHARSET");
-    std::string pattern = (fs::temp_directory_path() / "brivant-text-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    root_ = pattern;
-  }
-
-  void TearDown() override {
-    for (const auto& [name, value] : saved_env_) {
-      if (value)
-        setenv(name.c_str(), value->c_str(), 1);
-      else
-        unsetenv(name.c_str());
-    }
-    std::error_code ignored;
-    fs::remove_all(root_, ignored);
-  }
-
-  std::string PathOf(const std::string& name) const { return root_ + "/" + name; }
-
+  std::string PathOf(const std::string& name) const { return dir_.Join(name); }
   void Put(const std::string& name, const std::string& bytes) const {
-    std::ofstream(PathOf(name), std::ios::binary) << bytes;
+    testing::WriteBytes(PathOf(name), bytes);
   }
+  std::string Get(const std::string& name) const { return testing::ReadBytes(PathOf(name)); }
 
-  std::string Get(const std::string& name) const {
-    std::ifstream in(PathOf(name), std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-  }
-
-  std::string root_;
-  std::vector<std::pair<std::string, std::optional<std::string>>> saved_env_;
+  testing::ScopedEnv locale_{"LC_ALL", "C.UTF-8"};
+  testing::ScopedEnv charset_{"BRIVANT_ANSI_CHARSET", std::nullopt};
+  testing::ScopedTempDir dir_;
 };
 
 TEST(DetectEncoding, ReadsTheByteOrderMark) {
@@ -77,7 +47,7 @@ TEST(DetectEncoding, ReadsTheByteOrderMark) {
       {"plain", etAnsi},        {"\xFE", etAnsi},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(testing::PrintToString(c.bytes));
+    SCOPED_TRACE(::testing::PrintToString(c.bytes));
     EXPECT_EQ(DetectEncoding(c.bytes), c.expected);
   }
 }
@@ -116,7 +86,7 @@ TEST_F(TextFileTest, LoadDetectsTheEncodingAndDropsTheMark) {
       {"", etAnsi, ""},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(testing::PrintToString(c.bytes));
+    SCOPED_TRACE(::testing::PrintToString(c.bytes));
     Put("in.txt", c.bytes);
     TextFileResult<TLoadedText> loaded = TFileReader::LoadFromFile(PathOf("in.txt"));
     ASSERT_TRUE(loaded.IsOk()) << loaded.Error().Describe();

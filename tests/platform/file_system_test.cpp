@@ -3,61 +3,27 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>  // RLIMIT_FSIZE: a write failure that root gets too
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <vector>
+
+#include "tests/platform/temp_dir.h"
 
 namespace brivant::platform {
 namespace {
 
 namespace fs = std::filesystem;
 
-class FileSystemTest : public ::testing::Test {
+class FileSystemTest : public TempDirTest {
  protected:
-  void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "brivant-fs-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    root_ = pattern;
-  }
-
-  void TearDown() override {
-    // Give back the permissions a test took away, or removal would fail.
-    std::error_code ignored;
-    fs::permissions(root_, fs::perms::owner_all, fs::perm_options::add, ignored);
-    for (auto it = fs::recursive_directory_iterator(root_, ignored);
-         it != fs::recursive_directory_iterator(); it.increment(ignored)) {
-      if (it->is_directory(ignored) && !it->is_symlink(ignored)) {
-        fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ignored);
-      }
-    }
-    fs::remove_all(root_, ignored);
-  }
-
-  std::string PathOf(const std::string& name) const { return root_ + "/" + name; }
-
-  void Put(const std::string& name, const std::string& bytes) const {
-    std::ofstream(PathOf(name), std::ios::binary) << bytes;
-  }
-
-  std::string Get(const std::string& name) const {
-    std::ifstream in(PathOf(name), std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-  }
-
-  fs::perms ModeOf(const std::string& name) const { return fs::status(PathOf(name)).permissions(); }
-
-  std::vector<std::string> NamesIn(const std::string& directory) const {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(directory)) {
-      names.push_back(entry.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
+  // The base checks plus the text a caller shows.
+  static void ExpectError(const OsError& error, int code, const char* message,
+                          const std::string& path) {
+    TempDirTest::ExpectError(error, code, message, path);
+    EXPECT_EQ(error.Describe(), path.empty() ? message : path + ": " + message);
   }
 
   // Root and other privileged users write into read-only directories.
@@ -69,16 +35,7 @@ class FileSystemTest : public ::testing::Test {
     fs::remove_all(PathOf("probe"));
     return !written;
   }
-
-  std::string root_;
 };
-
-void ExpectError(const OsError& error, int code, const char* message, const std::string& path) {
-  EXPECT_EQ(error.code, code);
-  EXPECT_EQ(error.message, message);
-  EXPECT_EQ(error.path, path);
-  EXPECT_EQ(error.Describe(), path.empty() ? message : path + ": " + message);
-}
 
 TEST_F(FileSystemTest, ReadFileReturnsEveryByte) {
   std::string large(200001, '\0');
@@ -130,7 +87,7 @@ TEST_F(FileSystemTest, AtomicWriteReplacesContentKeepsModeAndLeavesNoTemporary) 
     fs::permissions(PathOf("target"), mode);
     ASSERT_FALSE(WriteFileAtomically(PathOf("target"), "new"));
     EXPECT_EQ(Get("target"), "new");
-    EXPECT_EQ(ModeOf("target"), mode);
+    EXPECT_EQ(ModeOf(PathOf("target")), static_cast<mode_t>(mode));
     EXPECT_EQ(NamesIn(root_), std::vector<std::string>{"target"});
   }
 }
@@ -139,7 +96,7 @@ TEST_F(FileSystemTest, AtomicWriteGivesANewFileTheModeOfAnOrdinaryCreate) {
   Put("plain", "");  // created the usual way: 0666 less the umask
   ASSERT_FALSE(WriteFileAtomically(PathOf("new"), "abc"));
   EXPECT_EQ(Get("new"), "abc");
-  EXPECT_EQ(ModeOf("new"), ModeOf("plain"));
+  EXPECT_EQ(ModeOf(PathOf("new")), ModeOf(PathOf("plain")));
 }
 
 TEST_F(FileSystemTest, AtomicWriteThroughASymbolicLinkRewritesTheLinkedFile) {

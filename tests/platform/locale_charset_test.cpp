@@ -3,34 +3,20 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <map>
 #include <optional>
+
+#include "tests/support/scoped_env.h"
 
 namespace brivant::platform {
 namespace {
 
-// Sets the locale variables for one test and restores them afterwards.
+// Clears the locale variables for one test and restores them afterwards.
 class LocaleCharsetTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    for (const char* name : kVariables) {
-      const char* value = std::getenv(name);
-      saved_[name] = value ? std::optional<std::string>(value) : std::nullopt;
-      unsetenv(name);
-    }
-  }
-  void TearDown() override {
-    for (const auto& [name, value] : saved_) {
-      if (value)
-        setenv(name.c_str(), value->c_str(), 1);
-      else
-        unsetenv(name.c_str());
-    }
-  }
-
-  static constexpr const char* kVariables[] = {"LC_ALL", "LC_CTYPE", "LANG",
-                                               "BRIVANT_ANSI_CHARSET"};
-  std::map<std::string, std::optional<std::string>> saved_;
+  testing::ScopedEnv lc_all_{"LC_ALL", std::nullopt};
+  testing::ScopedEnv lc_ctype_{"LC_CTYPE", std::nullopt};
+  testing::ScopedEnv lang_{"LANG", std::nullopt};
+  testing::ScopedEnv charset_{"BRIVANT_ANSI_CHARSET", std::nullopt};
 };
 
 TEST_F(LocaleCharsetTest, LocalesWithoutACharacterSetOfTheirOwnCountAsUtf8) {

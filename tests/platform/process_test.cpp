@@ -8,13 +8,13 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "tests/support/process_probe.h"
+#include "tests/support/scoped_env.h"
 #include "tests/support/test_host.h"
 
 namespace brivant::platform {
@@ -201,24 +201,6 @@ TEST_F(ProcessTest, ThrowingCallbackLeavesNoProcessBehind) {
   EXPECT_FALSE(std::filesystem::exists("/proc/" + lines[0])) << "left as a zombie";
 }
 
-class PathVariable {
- public:
-  explicit PathVariable(const std::string& value) {
-    if (const char* old = std::getenv("PATH")) saved_ = old;
-    setenv("PATH", value.c_str(), /*overwrite=*/1);
-  }
-  ~PathVariable() {
-    if (saved_) {
-      setenv("PATH", saved_->c_str(), 1);
-    } else {
-      unsetenv("PATH");
-    }
-  }
-
- private:
-  std::optional<std::string> saved_;
-};
-
 TEST_F(ProcessTest, FindExecutableSearchesPathInOrder) {
   using std::filesystem::perms;
   for (const char* dir : {"a", "b", "c", "d"}) std::filesystem::create_directory(temp.Join(dir));
@@ -227,8 +209,8 @@ TEST_F(ProcessTest, FindExecutableSearchesPathInOrder) {
   MakeFile("c/tool", "#!/bin/sh\n", perms::owner_all);
   MakeFile("d/tool", "#!/bin/sh\n", perms::owner_all);
   MakeFile("a/locked", "#!/bin/sh\n", perms::owner_read);
-  PathVariable path(temp.Join("missing") + ":" + temp.Join("a") + ":" + temp.Join("b") + ":" +
-                    temp.Join("c") + ":" + temp.Join("d"));
+  testing::ScopedEnv path("PATH", temp.Join("missing") + ":" + temp.Join("a") + ":" +
+                                      temp.Join("b") + ":" + temp.Join("c") + ":" + temp.Join("d"));
   struct Case {
     std::string name;
     std::string expected;

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -11,35 +10,14 @@
 #include <vector>
 
 #include "tests/platform/temp_dir.h"
+#include "tests/support/scoped_env.h"
 
 namespace brivant::platform {
 namespace {
 
 namespace fs = std::filesystem;
 
-// Sets (or, with nullopt, unsets) an environment variable for one scope.
-class ScopedVariable {
- public:
-  ScopedVariable(const char* name, const std::optional<std::string>& value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
-    if (value) {
-      setenv(name, value->c_str(), 1);
-    } else {
-      unsetenv(name);
-    }
-  }
-  ~ScopedVariable() {
-    if (old_) {
-      setenv(name_, old_->c_str(), 1);
-    } else {
-      unsetenv(name_);
-    }
-  }
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
-};
+using ::brivant::testing::ScopedEnv;
 
 TEST(SystemPaths, DirectoriesComeFromTheEnvironmentWithFallbacks) {
   struct Row {
@@ -55,8 +33,8 @@ TEST(SystemPaths, DirectoriesComeFromTheEnvironmentWithFallbacks) {
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.value.value_or("<unset>"));
-    ScopedVariable sysdir("BRIVANT_SYSDIR", row.value);
-    ScopedVariable tmpdir("TMPDIR", row.value);
+    ScopedEnv sysdir("BRIVANT_SYSDIR", row.value);
+    ScopedEnv tmpdir("TMPDIR", row.value);
     EXPECT_EQ(GetSysDirectory(), row.sys_directory);
     EXPECT_EQ(GetTemporaryDirectory(), row.temporary_directory);
   }
@@ -65,7 +43,7 @@ TEST(SystemPaths, DirectoriesComeFromTheEnvironmentWithFallbacks) {
 class TemporaryFileTest : public TempDirTest {};
 
 TEST_F(TemporaryFileTest, CreatesAPrivateFileWithTheBytes) {
-  ScopedVariable tmpdir("TMPDIR", root_);
+  ScopedEnv tmpdir("TMPDIR", root_);
   OsResult<std::string> first = CreateTemporaryFile("xcp", "a\nb\n");
   OsResult<std::string> second = CreateTemporaryFile("xcp", "");
   ASSERT_TRUE(first.IsOk()) << first.Error().Describe();
@@ -80,7 +58,7 @@ TEST_F(TemporaryFileTest, CreatesAPrivateFileWithTheBytes) {
 }
 
 TEST_F(TemporaryFileTest, MissingDirectoryIsNamedInTheError) {
-  ScopedVariable tmpdir("TMPDIR", root_ + "/missing");
+  ScopedEnv tmpdir("TMPDIR", root_ + "/missing");
   OsResult<std::string> file = CreateTemporaryFile("xcp", "x");
   ASSERT_FALSE(file.IsOk());
   EXPECT_EQ(file.Error().Describe(), root_ + "/missing: No such file or directory");

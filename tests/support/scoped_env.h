@@ -11,9 +11,14 @@ namespace brivant::testing {
 
 class ScopedEnv {
  public:
-  ScopedEnv(const char* name, const std::string& value) : name_(name) {
+  // Sets `name` to `value`, or removes it when `value` is nullopt.
+  ScopedEnv(const char* name, const std::optional<std::string>& value) : name_(name) {
     if (const char* old = std::getenv(name)) old_ = old;
-    ::setenv(name, value.c_str(), 1);
+    if (value) {
+      ::setenv(name, value->c_str(), 1);
+    } else {
+      ::unsetenv(name);
+    }
   }
   ~ScopedEnv() {
     if (old_) {

@@ -8,8 +8,7 @@
 #include <cstdint>
 #include <string>
 
-#include "package/custom_bv_action.h"
-#include "package/property_table.h"
+#include "tests/support/action_test.h"
 #include "tests/support/test_host.h"
 
 namespace brivant::testing {
@@ -28,14 +27,8 @@ inline std::string PseudoRandomBytes(size_t size) {
   return bytes;
 }
 
-class ChecksumTest : public ::testing::Test {
+class ChecksumTest : public ActionTest {
  protected:
-  static void Set(TCustomBVAction& action, const char* property, const PropertyValue& value) {
-    const PropertyInfo* info = action.GetPropertyTable().Find(property);
-    ASSERT_NE(info, nullptr) << property;
-    SetProperty(action, *info, value);
-  }
-  std::string Path(const std::string& name) const { return dir_.Join(name); }
   // Writes `name` in the temporary directory and returns its path.
   std::string MakeFile(const std::string& name, const std::string& content) const {
     WriteBytes(Path(name), content);
@@ -49,9 +42,6 @@ class ChecksumTest : public ::testing::Test {
     }
     return lines;
   }
-
-  ScopedTempDir dir_;
-  TestHost host_;
 };
 
 }  // namespace brivant::testing

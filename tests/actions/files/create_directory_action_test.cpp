@@ -70,19 +70,8 @@ TEST_F(CreateDirectoryActionTest, NameIsExpandedAndOnlyTestedForBlanks) {
   EXPECT_EQ(Tree(), std::vector<std::string>{"out /"});
 }
 
-TEST_F(CreateDirectoryActionTest, PublishedPropertiesAndTexts) {
+TEST_F(CreateDirectoryActionTest, FlagsValidationAndDescription) {
   TCreateDirectoryAction action;
-  EXPECT_EQ(Rows(action),
-            (std::vector<std::string>{"FileOrDirectory string ", "Force Boolean False"}));
-  TStrings alias;
-  action.GetPropertyAlias(alias);
-  EXPECT_EQ(alias, (TStrings{"[Create Directory]", "FileOrDirectory=Directory",
-                             "Force=Force Directories"}));
-  TStrings help;
-  action.GetPropertyHelp(help);
-  EXPECT_EQ(help, (TStrings{"FileOrDirectory=The name of the new directory to create.",
-                            "Force=Force directories will create the directory and all parent "
-                            "directories that do not already exist."}));
   EXPECT_EQ(action.GetFlags(), 17);
   EXPECT_EQ(host_.Validate(action),
             (std::vector<ValidationError>{

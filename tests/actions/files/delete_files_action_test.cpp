@@ -170,30 +170,9 @@ TEST_F(DeleteFilesActionTest, LinkIsDeletedAsALinkAndItsTargetKept) {
             platform::kFileAttributeReadOnly);
 }
 
-TEST_F(DeleteFilesActionTest, PublishedPropertiesAndTexts) {
-  EXPECT_EQ(Rows(action_), (std::vector<std::string>{
-                               "FileSpec string ",
-                               "DeleteReadOnly Boolean False",
-                               "DeleteHidden Boolean False",
-                               "FailIfNoFile Boolean True",
-                               "LogFilesDeleted Boolean False [not stored]",
-                               "FilesAffected Integer 0 [not stored] [read-only]",
-                           }));
-  TStrings alias;
-  action_.GetPropertyAlias(alias);
-  EXPECT_EQ(alias,
-            (TStrings{"[Delete Files]", "FileSpec=File specification",
-                      "DeleteReadOnly=Delete read only files", "DeleteHidden=Delete hidden files",
-                      "FailIfNoFile=Fail if no file", "LogFilesDeleted=Log deleted files"}));
-  TStrings help;
-  action_.GetPropertyHelp(help);
-  EXPECT_EQ(help.size(), 5u);
-  EXPECT_EQ(help.front(),
-            "FileSpec=Either specify the name/path of a file, or use a file specification that "
-            "includes wild cards (* or ?)");
-  EXPECT_EQ(
-      host_.Validate(action_),
-      (std::vector<ValidationError>{{"File Spec", "The file spec has not been set", 0}}));
+TEST_F(DeleteFilesActionTest, ValidationAndDescription) {
+  EXPECT_EQ(host_.Validate(action_),
+            (std::vector<ValidationError>{{"File Spec", "The file spec has not been set", 0}}));
   Set(action_, "FileSpec", std::string("%OUT%/*.obj"));
   EXPECT_EQ(action_.GetFormattedDescription(), "Delete File(s) [ %OUT%/*.obj ]");
   EXPECT_EQ(host_.Validate(action_), std::vector<ValidationError>{});

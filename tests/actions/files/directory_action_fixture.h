@@ -11,28 +11,16 @@
 #include <string>
 #include <vector>
 
-#include "package/custom_bv_action.h"
-#include "package/property_table.h"
 #include "platform/file_attributes.h"
+#include "tests/support/action_test.h"
 #include "tests/support/test_host.h"
 
 namespace brivant::testing {
 
-class DirectoryActionTest : public ::testing::Test {
+class DirectoryActionTest : public ActionTest {
  protected:
   void SetUp() override { original_cwd_ = std::filesystem::current_path(); }
   void TearDown() override { std::filesystem::current_path(original_cwd_); }
-
-  static void Set(TCustomBVAction& action, const char* property, const PropertyValue& value) {
-    const PropertyInfo* info = action.GetPropertyTable().Find(property);
-    ASSERT_NE(info, nullptr) << property;
-    SetProperty(action, *info, value);
-  }
-  static PropertyValue Get(const TCustomBVAction& action, const char* property) {
-    const PropertyInfo* info = action.GetPropertyTable().Find(property);
-    EXPECT_NE(info, nullptr) << property;
-    return info == nullptr ? PropertyValue() : GetProperty(action, *info);
-  }
 
   // One line per published row of the action's table: "name type default
   // [not stored] [read-only]", plus what the constructor set when that
@@ -51,7 +39,6 @@ class DirectoryActionTest : public ::testing::Test {
     return rows;
   }
 
-  std::string Path(const std::string& name) const { return dir_.Join(name); }
   void MakeDir(const std::string& name) const { std::filesystem::create_directories(Path(name)); }
   // Creates the file and any missing parent directories.
   void MakeFile(const std::string& name, const std::string& content = "x") const {
@@ -78,9 +65,6 @@ class DirectoryActionTest : public ::testing::Test {
     std::sort(entries.begin(), entries.end());
     return entries;
   }
-
-  ScopedTempDir dir_;
-  TestHost host_;
 
  private:
   std::filesystem::path original_cwd_;

@@ -8,27 +8,13 @@
 #include <string>
 #include <vector>
 
-#include "package/custom_bv_action.h"
-#include "package/property_table.h"
+#include "tests/support/action_test.h"
 #include "tests/support/test_host.h"
 
 namespace brivant::testing {
 
-class FileActionTest : public ::testing::Test {
+class FileActionTest : public ActionTest {
  protected:
-  static void Set(TCustomBVAction& action, const char* property, const PropertyValue& value) {
-    const PropertyInfo* info = action.GetPropertyTable().Find(property);
-    ASSERT_NE(info, nullptr) << property;
-    SetProperty(action, *info, value);
-  }
-  static PropertyValue Get(const TCustomBVAction& action, const char* property) {
-    const PropertyInfo* info = action.GetPropertyTable().Find(property);
-    EXPECT_NE(info, nullptr) << property;
-    return info == nullptr ? PropertyValue{} : GetProperty(action, *info);
-  }
-
-  std::string Path(const std::string& name) const { return dir_.Join(name); }
-
   // Writes `name` (relative to the temporary directory), creating parents.
   void MakeFile(const std::string& name, const std::string& content = "x") const {
     std::filesystem::create_directories(std::filesystem::path(Path(name)).parent_path());
@@ -60,9 +46,6 @@ class FileActionTest : public ::testing::Test {
     }
     return lines;
   }
-
-  ScopedTempDir dir_;
-  TestHost host_;
 };
 
 }  // namespace brivant::testing

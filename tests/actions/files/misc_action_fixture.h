@@ -13,22 +13,13 @@
 #include <string>
 #include <vector>
 
-#include "package/custom_bv_action.h"
-#include "package/property_table.h"
+#include "tests/support/action_test.h"
 #include "tests/support/test_host.h"
 
 namespace brivant::testing {
 
-class MiscFileActionTest : public ::testing::Test {
+class MiscFileActionTest : public ActionTest {
  protected:
-  static void Set(TCustomBVAction& action, const char* property, const PropertyValue& value) {
-    const PropertyInfo* info = action.GetPropertyTable().Find(property);
-    ASSERT_NE(info, nullptr) << property;
-    SetProperty(action, *info, value);
-  }
-
-  std::string Path(const std::string& name) const { return dir_.Join(name); }
-
   // Writes `content` to `name`, creating the directories on the way.
   void MakeFile(const std::string& name, const std::string& content = "") const {
     std::filesystem::create_directories(std::filesystem::path(Path(name)).parent_path());
@@ -98,9 +89,6 @@ class MiscFileActionTest : public ::testing::Test {
     auto time = std::chrono::file_clock::from_sys(std::chrono::system_clock::from_time_t(seconds));
     std::filesystem::last_write_time(Path(name), time);
   }
-
-  ScopedTempDir dir_;
-  TestHost host_;
 };
 
 }  // namespace brivant::testing

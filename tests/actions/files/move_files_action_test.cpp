@@ -101,6 +101,7 @@ TEST_F(MoveFilesActionTest, FailureNamesTheMoveAndTheSystemMessage) {
 TEST_F(MoveFilesActionTest, PublishesNoRecurse) {
   TMoveFilesAction action;
   EXPECT_EQ(action.GetPropertyTable().Find("Recurse"), nullptr);
+  // Published order is load order: FileSpec, which switches TargetIsDir on, comes first.
   EXPECT_EQ(
       action.GetPropertyTable().Names(),
       (std::vector<std::string_view>{"FileSpec", "Target", "Force", "TargetIsDir", "FailIfExists",
@@ -110,22 +111,6 @@ TEST_F(MoveFilesActionTest, PublishesNoRecurse) {
   Set(action, "FileSpec", std::string("a/*.txt"));
   Set(action, "Target", std::string("b"));
   EXPECT_EQ(action.GetFormattedDescription(), "Move File(s) [ a/*.txt -> b ]");
-
-  TStrings alias;
-  action.GetPropertyAlias(alias);
-  EXPECT_EQ(
-      alias,
-      (TStrings{"[Move Files]", "Force=Force Directories", "FileSpec=File Specification",
-                "Target=Destination", "TargetIsDir=Destination is a directory",
-                "FailIfExists=Fail if file exists", "OverwriteReadOnly=Overwrite read only",
-                "ClearAttributes=Clear attributes", "FailIfZeroFiles=Fail if zero files affected",
-                "[Logging]", "LogFilesAffected=Log each file affected"}));
-  TStrings help;
-  action.GetPropertyHelp(help);
-  ASSERT_EQ(help.size(), 8u);
-  EXPECT_EQ(help[1],
-            "FileSpec=The file specification of the files to move. Wildcards (*, ?) may be used");
-  EXPECT_EQ(help[6], "ClearAttributes=Clear the files attribute flags after the move");
 }
 
 }  // namespace

@@ -264,7 +264,7 @@ TEST_F(SetFileAttributesActionTest, MissingFileSetRaisesForTheHost) {
   EXPECT_EQ(host_.messages, std::vector<LoggedMessage>{});
 }
 
-TEST_F(SetFileAttributesActionTest, DesignTimeTexts) {
+TEST_F(SetFileAttributesActionTest, DescriptionAndValidation) {
   struct Case {
     const char* name;
     bool use_file_set;
@@ -304,34 +304,6 @@ TEST_F(SetFileAttributesActionTest, DesignTimeTexts) {
             (std::vector<ValidationError>{{"File Set", "The file set has not been set", 0}}));
   Set(action, "FileSetName", std::string("Binaries"));
   EXPECT_EQ(host_.Validate(action), std::vector<ValidationError>{});
-
-  TStrings alias;
-  action.GetPropertyAlias(alias);
-  EXPECT_EQ(alias,
-            (TStrings{"[Attributes]", "ReadOnly=Read Only", "SystemFile=System File",
-                      "Archive=Archive", "Hidden=Hidden File", "Recurse=Recurse Directories",
-                      "FileSpec=File Specification", "FailIfFileNotFound=Fail if file not found",
-                      "[Logging]", "LogAllFiles=Log All Files"}));
-  TStrings help;
-  action.GetPropertyHelp(help);
-  EXPECT_EQ(help, (TStrings{"ReadOnly=Determines what to do to the Read Only flag",
-                            "SystemFile=Determines what to do to the System File flag",
-                            "Archive=Determines what to do to the Archive flag",
-                            "Hidden=Determines what to do to the Hidden flag",
-                            "Recurse=Recurse Sub Directories",
-                            "LogAllFiles=Log All Files processed to the output panel.",
-                            "FileSpec=The file specification of the files to process. Wildcards "
-                            "(*, ?) may be used",
-                            "FailIfFileNotFound=If no files are found specified by the file spec "
-                            "then the action will fail"}));
-  const PropertyInfo* read_only = action.GetPropertyTable().Find("ReadOnly");
-  ASSERT_NE(read_only, nullptr);
-  EXPECT_EQ(read_only->type_name, "TAttributeSetting");
-  EXPECT_EQ(FormatPropertyValue(*read_only, int64_t{2}), "asClear");
-  EXPECT_EQ(action.GetPropertyTable().Names(),
-            (std::vector<std::string_view>{"FileSpec", "FileSetName", "Recurse", "ReadOnly",
-                                           "Archive", "SystemFile", "Hidden", "LogAllFiles",
-                                           "FailIfFileNotFound", "UseFileSet"}));
 }
 
 }  // namespace

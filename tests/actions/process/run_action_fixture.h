@@ -11,7 +11,7 @@
 
 #include "package/command_line_builder.h"
 #include "package/execute_abstract_action.h"
-#include "package/property_table.h"
+#include "tests/support/action_test.h"
 #include "tests/support/test_host.h"
 
 namespace brivant::testing {
@@ -26,14 +26,8 @@ struct BuiltCommand {
   Lines words;       // what the program receives after its own name
 };
 
-class RunActionTest : public ::testing::Test {
+class RunActionTest : public ActionTest {
  protected:
-  static void Set(TCustomBVAction& action, const char* property, const PropertyValue& value) {
-    const PropertyInfo* info = action.GetPropertyTable().Find(property);
-    ASSERT_NE(info, nullptr) << property;
-    SetProperty(action, *info, value);
-  }
-
   BuiltCommand Build(TBVExecuteAbstractAction& action) {
     action.AttachHost(&host_);
     TCommandLineBuilder builder;
@@ -46,8 +40,6 @@ class RunActionTest : public ::testing::Test {
     return command;
   }
 
-  std::string Path(const std::string& name) const { return dir_.Join(name); }
-
   // A shell script that prints each argument it receives in brackets.
   std::string ArgumentPrinter() {
     std::string path = Path("print args");
@@ -55,9 +47,6 @@ class RunActionTest : public ::testing::Test {
     std::filesystem::permissions(path, std::filesystem::perms::owner_all);
     return path;
   }
-
-  ScopedTempDir dir_;
-  TestHost host_;
 };
 
 }  // namespace brivant::testing

@@ -121,14 +121,8 @@ TEST_F(WriteToTextFileActionTest, ContentIsTakenAsItStandsWithoutExpansion) {
   EXPECT_EQ(ReadBytes(Path("f.txt")), "%UNDEFINED% 5%");
 }
 
-TEST_F(WriteToTextFileActionTest, LegacyUnicodeFlagIsHiddenAndNotStored) {
+TEST_F(WriteToTextFileActionTest, ValidationWantsTheFileName) {
   TBVWriteToTextFileAction action;
-  const PropertyInfo* unicode = action.GetPropertyTable().Find("Unicode");
-  ASSERT_NE(unicode, nullptr);
-  EXPECT_FALSE(unicode->stored);
-  TStrings hidden;
-  action.GetHiddenProperties(hidden);
-  EXPECT_EQ(hidden, TStrings{"Unicode"});
   EXPECT_EQ(host_.Validate(action),
             (std::vector<ValidationError>{{"File Name", "New filename has not been set", 0}}));
 }
