@@ -1,5 +1,5 @@
-// The mask of a directory search: the last component of a file
-// specification, matched against the long names of one directory the way the
+// The mask of a directory search: the last component of a file pattern
+// such as `out/*.txt`, matched against the long names of one directory the way the
 // classic directory search of the platform the file actions were designed on
 // matches them. Every action and iterator that takes a file specification
 // matches through this one matcher, so `*.` means the same everywhere.

@@ -24,7 +24,7 @@ std::unique_ptr<TCustomBVAction> Make() {
   return std::make_unique<Action>();
 }
 
-class FileSpecificationTest : public IteratorTest {
+class FileMaskActionTest : public IteratorTest {
  protected:
   // Runs `action` in a new host with the "Name=Value;..." settings it publishes.
   bool Run(std::unique_ptr<TCustomBVAction> action, const std::string& settings) {
@@ -41,7 +41,7 @@ class FileSpecificationTest : public IteratorTest {
   std::unique_ptr<TestHost> host_;
 };
 
-TEST_F(FileSpecificationTest, EachActionFindsWhatTheMaskFindsAndNothingBelowAFile) {
+TEST_F(FileMaskActionTest, EachActionFindsWhatTheMaskFindsAndNothingBelowAFile) {
   const std::pair<std::unique_ptr<TCustomBVAction> (*)(), Found> actions[] = {
       {Make<TCopyFilesAction>, [&](auto& name) { return Exists("c/" + name); }},
       {Make<TMoveFilesAction>, [&](auto& name) { return Exists("c/" + name); }},
@@ -78,7 +78,7 @@ TEST_F(FileSpecificationTest, EachActionFindsWhatTheMaskFindsAndNothingBelowAFil
   }
 }
 
-TEST_F(FileSpecificationTest, WildcardInTheTargetIsRefusedBeforeAnythingIsMade) {
+TEST_F(FileMaskActionTest, WildcardInTheTargetIsRefusedBeforeAnythingIsMade) {
   MakeFile("src/a.txt", "data");
   // Copy to a file, move into a directory.
   const std::pair<const char*, bool> cases[] = {{"out/b?.txt", false}, {"out*", true}};
