@@ -112,11 +112,16 @@ class Checker {
   void CheckLoopVariable(const ActionNode& node) {
     const auto* loop = dynamic_cast<const TBVBaseIterator*>(node.action.get());
     if (loop == nullptr || !loop->GetBVVariable().empty()) return;
-    // An iterator that publishes its own name for the loop variable names
-    // it as its users write it.
+    // Some loops set variables of their own (an INI loop's name and value);
+    // the last one a loop publishes is the name its users write.
     std::string_view property = "BVVariable";
-    for (const PropertyInfo& row : node.action->GetPropertyTable().Rows())
-      if (row.type_name == kVariableNameType) property = row.name;
+    for (const PropertyInfo& row : node.action->GetPropertyTable().Rows()) {
+      if (row.type_name != kVariableNameType) continue;
+      PropertyValue value = row.get(*node.action);
+      const auto* name = std::get_if<std::string>(&value);
+      if (name != nullptr && !name->empty()) return;
+      property = row.name;
+    }
     Add(node, node.line, property,
         "the loop sets no variable, so its actions cannot tell one pass from the next",
         /*warning=*/true);

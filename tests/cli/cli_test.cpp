@@ -213,6 +213,13 @@ TEST_F(CliTest, ValidateFindsUndefinedVariablesAndFileSets) {
       <Property Name="FileSetName">Sourcs</Property>
       <Actions><Action Class="TDeleteFilesAction"><Property Name="FileSpec">%Missing%</Property></Action></Actions>
     </Action>
+    <Action Class="TIniFileIterator" Title="Keys">
+      <Property Name="IniFilename">s.ini</Property>
+      <Property Name="IteratorMode">iiValues</Property>
+      <Property Name="SectionName">Plan</Property>
+      <Property Name="NameVariable">KEY</Property>
+      <Actions><Action Class="TDeleteFilesAction"><Property Name="FileSpec">%KEY%</Property></Action></Actions>
+    </Action>
   </Actions>
 </Project>)");
   Outcome outcome = WithRealPackages("validate -D GIVEN=1 " + project);
