@@ -11,7 +11,7 @@ cmake -S examples/third-party-package -B "$prefix/package-build" -G Ninja \
   -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$prefix/package-build" >/dev/null
 BRIVANT_PACKAGE_PATH="$prefix/package-build:$prefix/lib/brivant" \
-  "$prefix/bin/brivant" list | grep -q $'\tTHelloAction\t'
+  "$prefix/bin/brivant" list | grep $'\tTHelloAction\t' >/dev/null
 for document in share/man/man1/brivant.1 share/bash-completion/completions/brivant \
   share/zsh/site-functions/_brivant; do
   [ -s "$prefix/$document" ] || { echo "install check: $document missing" >&2; exit 1; }
