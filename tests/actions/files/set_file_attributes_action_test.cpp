@@ -2,6 +2,7 @@
 
 #include "platform/file_attributes.h"
 #include "tests/actions/files/file_action_fixture.h"
+#include "tests/support/listed_file_set.h"
 
 namespace brivant::testing {
 namespace {
@@ -9,18 +10,6 @@ namespace {
 constexpr const char* kSucceeded = "Attributes for files successfully changed";
 
 constexpr int64_t Ordinal(TAttributeSetting setting) { return static_cast<int64_t>(setting); }
-
-// A project file set with a fixed list, as the host evaluated it.
-class ListedFileSet : public IBVFileSet {
- public:
-  explicit ListedFileSet(std::vector<std::string> files) : files_(std::move(files)) {}
-  std::vector<std::string> GetFiles() const override { return files_; }
-  std::string GetBaseDir() const override { return {}; }
-  bool Refresh(std::string*) override { return true; }
-
- private:
-  std::vector<std::string> files_;
-};
 
 class SetFileAttributesActionTest : public FileActionTest {
  protected:

@@ -13,23 +13,10 @@
 
 #include "package/custom_bv_action.h"
 #include "package/property_table.h"
+#include "tests/support/listed_file_set.h"
 #include "tests/support/test_host.h"
 
 namespace brivant::testing {
-
-// A file set with a fixed list of files.
-class FixedFileSet : public IBVFileSet {
- public:
-  FixedFileSet(std::string base_dir, std::vector<std::string> files)
-      : base_dir_(std::move(base_dir)), files_(std::move(files)) {}
-  std::vector<std::string> GetFiles() const override { return files_; }
-  std::string GetBaseDir() const override { return base_dir_; }
-  bool Refresh(std::string*) override { return true; }
-
- private:
-  std::string base_dir_;
-  std::vector<std::string> files_;
-};
 
 class ImageActionTest : public ::testing::Test {
  protected:

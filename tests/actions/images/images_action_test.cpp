@@ -160,7 +160,7 @@ TEST_F(ImagesActionTest, FileSetKeepsDirectoriesAndStopsAtTheFirstFailure) {
   for (const char* name : {"a/1.png", "a/2.png", "b/3.png", "b/4.png", "c/5.png"})
     files.push_back(MakeQuadrants(std::string("set/") + name));
   WriteBytes(files[3], "not an image");
-  FixedFileSet set(Path("set"), files);
+  ListedFileSet set(Path("set"), files);
   host_.AddProjectObject("FileSetObject", "Photos", &set);
   TBVImagesAction action;
   Configure(action, {{"InputImage", "UseFileSet"},
@@ -184,7 +184,7 @@ TEST_F(ImagesActionTest, FileSetKeepsDirectoriesAndStopsAtTheFirstFailure) {
 }
 
 TEST_F(ImagesActionTest, StopRequestWritesNoFurtherImage) {
-  FixedFileSet set(Path("set"), {MakeQuadrants("set/1.png"), MakeQuadrants("set/2.png")});
+  ListedFileSet set(Path("set"), {MakeQuadrants("set/1.png"), MakeQuadrants("set/2.png")});
   host_.AddProjectObject("FileSetObject", "Photos", &set);
   host_.stop_signalled = true;
   TBVImagesAction action;

@@ -4,20 +4,10 @@
 
 #include "host/script_engine.h"
 #include "tests/actions/text/text_action_fixture.h"
+#include "tests/support/listed_file_set.h"
 
 namespace brivant::testing {
 namespace {
-
-class ListedFileSet : public IBVFileSet {
- public:
-  explicit ListedFileSet(std::vector<std::string> files) : files_(std::move(files)) {}
-  std::vector<std::string> GetFiles() const override { return files_; }
-  std::string GetBaseDir() const override { return {}; }
-  bool Refresh(std::string*) override { return true; }
-
- private:
-  std::vector<std::string> files_;
-};
 
 class TextFindActionTest : public TextActionTest {
  protected:
