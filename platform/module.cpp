@@ -9,17 +9,37 @@ namespace brivant::platform {
 
 void* LoadedModule::FindSymbol(const char* name) const { return ::dlsym(handle_, name); }
 
-std::optional<LoadedModule> LoadModule(const std::string& path, std::string* error) {
-  // dlopen treats a name without a slash as a library to search for; a
-  // package is always the file at this path.
-  std::string file = path.find('/') == std::string::npos ? "./" + path : path;
+namespace {
+
+void* Open(const std::string& file, std::string* error) {
   void* handle = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (handle == nullptr) {
     const char* text = ::dlerror();
-    *error = text != nullptr ? text : path + ": cannot be loaded";
-    return std::nullopt;
+    *error = text != nullptr ? text : file + ": cannot be loaded";
   }
+  return handle;
+}
+
+}  // namespace
+
+std::optional<LoadedModule> LoadModule(const std::string& path, std::string* error) {
+  // dlopen treats a name without a slash as a library to search for; a
+  // package is always the file at this path.
+  void* handle = Open(path.find('/') == std::string::npos ? "./" + path : path, error);
+  if (handle == nullptr) return std::nullopt;
   return LoadedModule(handle);
+}
+
+std::optional<LoadedModule> LoadLibraryByName(const std::string& name, std::string* error) {
+  void* handle = Open(name, error);
+  if (handle == nullptr) return std::nullopt;
+  return LoadedModule(handle);
+}
+
+std::optional<std::string> GetModulePathOf(const void* address) {
+  Dl_info info;
+  if (::dladdr(address, &info) == 0 || info.dli_fname == nullptr) return std::nullopt;
+  return std::string(info.dli_fname);
 }
 
 OsResult<std::string> GetExecutablePath() {

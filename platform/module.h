@@ -27,6 +27,7 @@ class LoadedModule {
 
  private:
   friend std::optional<LoadedModule> LoadModule(const std::string& path, std::string* error);
+  friend std::optional<LoadedModule> LoadLibraryByName(const std::string& name, std::string* error);
   explicit LoadedModule(void* handle) : handle_(handle) {}
 
   void* handle_;
@@ -38,6 +39,15 @@ class LoadedModule {
 /// On failure returns nullopt and sets *error to the loader's message, which
 /// names the file and why (missing, not a shared object, an undefined symbol).
 std::optional<LoadedModule> LoadModule(const std::string& path, std::string* error);
+
+/// Loads a library by its file name alone, as the dynamic loader finds
+/// libraries: one already loaded under that name first, then the library
+/// path. Errors as LoadModule.
+std::optional<LoadedModule> LoadLibraryByName(const std::string& name, std::string* error);
+
+/// The path of the loaded module (or program) that holds `address`, as it was
+/// loaded; nullopt when no module holds it.
+std::optional<std::string> GetModulePathOf(const void* address);
 
 /// The absolute path of the running executable, symbolic links resolved.
 [[nodiscard]] OsResult<std::string> GetExecutablePath();

@@ -17,3 +17,15 @@ for document in share/man/man1/brivant.1 share/bash-completion/completions/briva
   [ -s "$prefix/$document" ] || { echo "install check: $document missing" >&2; exit 1; }
 done
 echo "install check: a package built against the installed contract loads"
+
+# The image libraries are a module the package loads on the first image.
+cp -r examples/photos "$prefix/photos"
+"$prefix/bin/brivant" -C "$prefix/photos" run photos.bvproj >"$prefix/photos.log" ||
+  { cat "$prefix/photos.log" >&2; echo "install check: the photos example failed" >&2; exit 1; }
+rm -r "$prefix/lib/brivant/imaging"
+if "$prefix/bin/brivant" -C "$prefix/photos" run photos.bvproj >"$prefix/photos.log" 2>&1 ||
+  ! grep -F "the image libraries cannot be loaded" "$prefix/photos.log" >/dev/null; then
+  echo "install check: a missing image module is not reported" >&2
+  exit 1
+fi
+echo "install check: images work installed, and a missing image module is reported"

@@ -189,9 +189,9 @@ ImageResult TBVImagesAction::FiddleImage(const std::string& file_name,
     return result;
   }
   log.push_back({"Processing image: " + file_name, stInfo});
-  std::optional<Picture> picture;
+  std::unique_ptr<Picture> picture;
   try {
-    picture.emplace(Picture::Load(file_name));
+    picture = Picture::Load(file_name);
     Transform(*picture, &log);
   } catch (const PictureError& error) {
     log.push_back({"Error processing image file: " + file_name, stError});

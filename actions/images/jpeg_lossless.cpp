@@ -6,10 +6,10 @@
 #include <memory>
 #include <mutex>
 
-#include "actions/images/picture.h"
+#include "actions/images/imaging_module.h"
 #include "package/string_utils.h"
 
-namespace brivant {
+namespace brivant::imaging {
 namespace {
 
 constexpr const char* kOrientationKey = "Exif.Image.Orientation";
@@ -113,4 +113,4 @@ std::string WithJpegOrientation(std::string_view jpeg, int orientation) {
   }
 }
 
-}  // namespace brivant
+}  // namespace brivant::imaging

@@ -5,10 +5,9 @@
 // separate Pictures on separate threads.
 #pragma once
 
+#include <memory>
 #include <stdexcept>
 #include <string>
-
-using VipsImage = struct _VipsImage;
 
 namespace brivant {
 
@@ -27,44 +26,35 @@ enum class PictureKernel { kNearest, kLinear, kCubic, kMitchell, kLanczos3 };
 // anything else, which libvips then chooses by itself.
 PictureFormat FormatOfExtension(const std::string& extension);
 
+// A decoded image. The image libraries live in a module of their own,
+// loaded on the first Load, so that a build without images never pays for
+// loading them.
 class Picture {
  public:
   // Decodes a file of any format libvips knows, detected from its content.
   // Refuses truncated data and images of more than kMaxPixels.
-  static Picture Load(const std::string& path);
+  static std::unique_ptr<Picture> Load(const std::string& path);
   static constexpr long long kMaxPixels = 1LL << 28;
 
-  Picture(Picture&& other) noexcept : image_(other.image_) { other.image_ = nullptr; }
-  Picture& operator=(Picture&& other) noexcept;
-  Picture(const Picture&) = delete;
-  Picture& operator=(const Picture&) = delete;
-  ~Picture();
+  virtual ~Picture() = default;
 
-  int Width() const;
-  int Height() const;
+  virtual int Width() const = 0;
+  virtual int Height() const = 0;
   // The EXIF orientation 1-8; 0 when the file has none.
-  int Orientation() const;
-  void SetOrientation(int orientation);
+  virtual int Orientation() const = 0;
+  virtual void SetOrientation(int orientation) = 0;
 
-  void Mirror();  // left-right
-  void Flip();    // top-bottom
+  virtual void Mirror() = 0;  // left-right
+  virtual void Flip() = 0;    // top-bottom
   // Exact turns for multiples of 90 degrees, otherwise bilinear (or nearest,
   // without anti-aliasing) on a canvas that holds the whole rotated image,
   // new corners black.
-  void Rotate(double clockwise_degrees, bool anti_alias);
-  void Resize(int width, int height, PictureKernel kernel);
+  virtual void Rotate(double clockwise_degrees, bool anti_alias) = 0;
+  virtual void Resize(int width, int height, PictureKernel kernel) = 0;
 
   // The encoded file, with each encoder's default options. `extension`
   // (".webp") names the encoder for kByExtension.
-  std::string Encode(PictureFormat format, const std::string& extension) const;
-
- private:
-  explicit Picture(VipsImage* image) : image_(image) {}
-  // Takes the result of an operation that wrote `*out`, or throws.
-  void Replace(int status, VipsImage*& out);
-  std::string EncodePdf() const;
-
-  VipsImage* image_ = nullptr;
+  virtual std::string Encode(PictureFormat format, const std::string& extension) const = 0;
 };
 
 }  // namespace brivant

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "actions/images/imaging_module.h"
 #include "actions/images/jpeg_lossless.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -16,12 +17,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
              data[0] % (brivant::kLastJpegTransform - brivant::kFirstJpegTransform + 1);
   std::string_view jpeg(reinterpret_cast<const char*>(data) + 1, size - 1);
   try {
-    (void)brivant::ReadJpegOrientation(jpeg);
+    (void)brivant::imaging::ReadJpegOrientation(jpeg);
   } catch (const brivant::JpegError&) {
   }
   try {
-    std::string transformed = brivant::TransformJpeg(jpeg, code);
-    (void)brivant::WithJpegOrientation(transformed, 1);
+    std::string transformed = brivant::imaging::TransformJpeg(jpeg, code);
+    (void)brivant::imaging::WithJpegOrientation(transformed, 1);
   } catch (const brivant::JpegError&) {
   }
   return 0;
