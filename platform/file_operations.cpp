@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -34,9 +35,31 @@ constexpr char kDosAttributeName[] = "user.DOSATTRIB";
 
 constexpr char kTemporaryMarker[] = ".copy-";
 
-// A temporary copy beside its target, removed on every exit unless
-// committed. Its name, ".NAME.copy-PID-N", tells whose it is, so that one
-// left by a killed copy can be recognised and removed later.
+std::string DirectoryPart(const std::string& path) {
+  size_t slash = path.rfind('/');
+  return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
+}
+
+// Gives an unnamed file (O_TMPFILE) the name `name`; 0 or the errno.
+// AT_EMPTY_PATH works for the file's opener on newer kernels; /proc works
+// everywhere it is mounted.
+int LinkUnnamed(int fd, const std::string& name) {
+  if (::linkat(fd, "", AT_FDCWD, name.c_str(), AT_EMPTY_PATH) == 0) return 0;
+  if (errno != EPERM && errno != ENOENT && errno != EINVAL) return errno;
+  std::string self = "/proc/self/fd/" + std::to_string(fd);
+  if (::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) return 0;
+  return errno;
+}
+
+// Cleared for the rest of the process once an unnamed file could not be
+// given a name (no /proc, an old kernel).
+std::atomic<bool> unnamed_files_usable{true};
+
+// A copy in the making beside its target. Where the file system allows it
+// is unnamed until it is put in place, so a killed copy leaves nothing;
+// elsewhere it has a temporary name, ".NAME.copy-PID-N", that tells whose
+// it is, so that one left by a killed copy can be recognised and removed
+// later. Removed on every exit unless committed.
 class PartialFile {
  public:
   PartialFile() = default;
@@ -46,19 +69,20 @@ class PartialFile {
   PartialFile(const PartialFile&) = delete;
   PartialFile& operator=(const PartialFile&) = delete;
 
-  // Creates a fresh name beside `target`; returns the descriptor or -errno.
-  // A process-wide counter makes names unique among threads and the pid
-  // among processes; O_EXCL settles whatever is left.
+  // Creates the file beside `target`; returns the descriptor or -errno.
   int CreateBeside(const std::string& target, mode_t mode) {
-    static std::atomic<uint64_t> counter{0};
-    // Asked once: the pid only names the file, and O_EXCL keeps it unique.
-    static const std::string pid = std::to_string(::getpid());
-    size_t slash = target.rfind('/');
-    std::string stem = target.substr(slash == std::string::npos ? 0 : slash + 1);
-    std::string directory = slash == std::string::npos ? "" : target.substr(0, slash + 1);
-    stem = "." + stem.substr(0, kMaxTemporaryNameStem) + kTemporaryMarker + pid;
+    target_ = target;
+    if (unnamed_files_usable.load(std::memory_order_relaxed)) {
+      std::string directory = DirectoryPart(target);
+      int fd = ::open(directory.empty() ? "." : directory.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC,
+                      mode);
+      // Any failure here (a file system without O_TMPFILE, a missing
+      // directory) is left to the named create to tell.
+      unnamed_ = fd >= 0;
+      if (unnamed_) return fd;
+    }
     for (int attempt = 0; attempt < 100; ++attempt) {
-      std::string candidate = directory + stem + "-" + std::to_string(counter++);
+      std::string candidate = TemporaryName();
       int fd = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
       if (fd >= 0) {
         path_ = std::move(candidate);
@@ -69,11 +93,30 @@ class PartialFile {
     return -EEXIST;
   }
 
+  bool Unnamed() const { return unnamed_; }
   const std::string& Path() const { return path_; }
 
+  // Gives an unnamed file its temporary name, for a rename that replaces;
+  // 0 or the errno.
+  int Name(int fd) {
+    for (int attempt = 0; unnamed_ && attempt < 100; ++attempt) {
+      std::string candidate = TemporaryName();
+      int error = LinkUnnamed(fd, candidate);
+      if (error == 0) {
+        path_ = std::move(candidate);
+        unnamed_ = false;
+      } else if (error != EEXIST) {
+        return error;
+      }
+    }
+    return unnamed_ ? EEXIST : 0;
+  }
+
   // Puts the finished copy in place as `final_path`; returns 0 or the errno
-  // of the rename (EEXIST for an existing file with kFail).
-  int Commit(const std::string& final_path, IfTargetExists if_exists) {
+  // (EEXIST for an existing file with kFail). An unnamed file needs its open
+  // descriptor `fd` and kFail.
+  int Commit(int fd, const std::string& final_path, IfTargetExists if_exists) {
+    if (unnamed_) return LinkUnnamed(fd, final_path);
     int result =
         if_exists == IfTargetExists::kFail
             ? ::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, final_path.c_str(), RENAME_NOREPLACE)
@@ -90,7 +133,22 @@ class PartialFile {
   }
 
  private:
+  // A fresh name beside the target. A process-wide counter makes names
+  // unique among threads and the pid among processes; O_EXCL (or the link's
+  // EEXIST) settles whatever is left.
+  std::string TemporaryName() const {
+    static std::atomic<uint64_t> counter{0};
+    // Asked once: the pid only names the file.
+    static const std::string pid = std::to_string(::getpid());
+    size_t slash = target_.rfind('/');
+    std::string stem = target_.substr(slash == std::string::npos ? 0 : slash + 1);
+    return DirectoryPart(target_) + "." + stem.substr(0, kMaxTemporaryNameStem) + kTemporaryMarker +
+           pid + "-" + std::to_string(counter++);
+  }
+
+  std::string target_;
   std::string path_;
+  bool unnamed_ = false;
 };
 
 // Whether a ".NAME.copy-PID-N" belongs to a process that no longer runs.
@@ -255,16 +313,16 @@ mode_t CreatedMode(mode_t mode) {
 // Mode and times go on last: writing would move the time again. The mode is
 // set only when the create did not already give it, which saves a system
 // call on nearly every file of a tree.
-int FinishOutput(FileDescriptor* file, int from, const struct stat& source_info) {
+int FinishOutput(const FileDescriptor& file, int from, const struct stat& source_info) {
   const mode_t wanted = source_info.st_mode & 07777;
-  if (CreatedMode(wanted & 0777) != wanted && ::fchmod(file->Get(), wanted) != 0 &&
-      errno != EPERM && errno != ENOTSUP) {
+  if (CreatedMode(wanted & 0777) != wanted && ::fchmod(file.Get(), wanted) != 0 && errno != EPERM &&
+      errno != ENOTSUP) {
     return errno;
   }
-  if (int error = CopyDosAttributes(from, file->Get())) return error;
+  if (int error = CopyDosAttributes(from, file.Get())) return error;
   const struct timespec times[2] = {source_info.st_atim, source_info.st_mtim};
-  if (::futimens(file->Get(), times) != 0 && errno != EPERM) return errno;
-  return file->Close();
+  if (::futimens(file.Get(), times) != 0 && errno != EPERM) return errno;
+  return 0;
 }
 
 // Copying onto a symbolic link writes the file it points to and keeps the
@@ -301,11 +359,6 @@ OsResult<std::string> CheckTarget(const std::string& target) {
     return OsError::FromCode(EACCES, target);
   }
   return path;
-}
-
-std::string DirectoryPart(const std::string& path) {
-  size_t slash = path.rfind('/');
-  return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
 }
 
 // The file an existing target stands for, judged only once a finished copy
@@ -358,13 +411,34 @@ OsError CopyFileWithProgress(const std::string& source, const std::string& targe
   if (output.Get() < 0) return OsError::FromCode(-output.Get(), target);
   ContentCopier copier(input.Get(), output.Get(), static_cast<uint64_t>(info.st_size));
   if (OsError error = CopyContent(&copier, source, target, progress, cancel)) return error;
-  if (int error = FinishOutput(&output, input.Get(), info)) return OsError::FromCode(error, target);
-  int error = partial.Commit(target, IfTargetExists::kFail);
+  if (int error = FinishOutput(output, input.Get(), info)) return OsError::FromCode(error, target);
+  // close can report a deferred write failure: a named copy is closed before
+  // it takes the target's name, an unnamed one (a local file system) after.
+  if (!partial.Unnamed()) {
+    if (int error = output.Close()) return OsError::FromCode(error, target);
+  }
+  int error = partial.Commit(output.Get(), target, IfTargetExists::kFail);
+  if (partial.Unnamed() && error != 0 && error != EEXIST) {
+    // The unnamed file cannot be given a name here; named copies from now on.
+    unnamed_files_usable.store(false, std::memory_order_relaxed);
+    input.Close();
+    return CopyFileWithProgress(source, target, fail_if_exists, progress, cancel);
+  }
+  if (partial.Unnamed() && error == 0) {
+    if (int close_error = output.Close()) {
+      ::unlink(target.c_str());
+      return OsError::FromCode(close_error, target);
+    }
+  }
   if (error != EEXIST || fail_if_exists)
     return error == 0 ? OsError{} : OsError::FromCode(error, target);
   OsResult<std::string> replaced = JudgeExistingTarget(info, target);
   if (!replaced.IsOk()) return replaced.Error();
-  error = partial.Commit(replaced.Value(), IfTargetExists::kReplace);
+  if (partial.Unnamed()) {
+    if (int name_error = partial.Name(output.Get())) return OsError::FromCode(name_error, target);
+    if (int close_error = output.Close()) return OsError::FromCode(close_error, target);
+  }
+  error = partial.Commit(-1, replaced.Value(), IfTargetExists::kReplace);
   if (error != EXDEV) return error == 0 ? OsError{} : OsError::FromCode(error, target);
   // A link that leads to another file system: the finished copy goes there.
   return CopyFileWithProgress(partial.Path(), replaced.Value(), false, {}, cancel);
