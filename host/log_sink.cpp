@@ -19,8 +19,8 @@ std::unique_ptr<LogSink> MakeLogSink(LogFormat format, std::ostream& out,
 }
 
 void ClosableLogSink::ActionStart(std::string_view class_name, std::string_view title,
-                                  std::string_view description) {
-  Forward([&] { inner_.ActionStart(class_name, title, description); });
+                                  std::string_view description, const ActionPlace& place) {
+  Forward([&] { inner_.ActionStart(class_name, title, description, place); });
 }
 
 void ClosableLogSink::ActionEnd(std::string_view class_name, std::string_view title, bool success,
@@ -63,6 +63,14 @@ void ClosableLogSink::Flush() {
 
 void ClosableLogSink::HoldFlushes(bool hold) {
   Forward([&] { inner_.HoldFlushes(hold); });
+}
+
+void ClosableLogSink::ProjectError(std::string_view file, int line, std::string_view message) {
+  Forward([&] { inner_.ProjectError(file, line, message); });
+}
+
+void ClosableLogSink::LoopProgress(std::string_view title, int iteration, int count) {
+  Forward([&] { inner_.LoopProgress(title, iteration, count); });
 }
 
 bool ClosableLogSink::EndFromOutside(std::chrono::milliseconds wait) {
