@@ -9,6 +9,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <nlohmann/json.hpp>
+#include <regex>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -748,6 +751,132 @@ TEST_F(CliTest, RegistrySeedsTheStoreThatActionsRead) {
   EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
   EXPECT_NE(outcome.out.find("\"text\":\"Read Value : 42\""), std::string::npos) << outcome.out;
   EXPECT_EQ(Brivant("registry query 'HKLM\\Software\\Acme'", env).status, 1);
+}
+
+using nlohmann::json;
+
+// Where `value` breaks `schema`, or "" when it fits. Knows the keywords
+// docs/log-format.schema.json uses and refuses any other, so that a
+// keyword it would skip cannot let an event pass.
+std::string SchemaProblem(const json& schema, const json& value) {
+  static const std::set<std::string> kKnown = {"$schema",
+                                               "title",
+                                               "description",
+                                               "type",
+                                               "const",
+                                               "enum",
+                                               "required",
+                                               "oneOf",
+                                               "minimum",
+                                               "maximum",
+                                               "pattern",
+                                               "properties",
+                                               "additionalProperties"};
+  for (const auto& [keyword, unused] : schema.items()) {
+    if (!kKnown.count(keyword)) return "unsupported keyword " + keyword;
+  }
+  if (schema.contains("oneOf")) {
+    int fits = 0;
+    std::string problems;  // of the options that the event name did not rule out
+    for (const json& option : schema["oneOf"]) {
+      std::string problem = SchemaProblem(option, value);
+      fits += problem.empty();
+      if (problem.rfind("event:", 0) != 0) problems += " " + problem;
+    }
+    if (fits != 1) return "fits " + std::to_string(fits) + " of oneOf:" + problems;
+  }
+  const std::string type = schema.value("type", "");
+  if ((type == "object" && !value.is_object()) || (type == "string" && !value.is_string()) ||
+      (type == "integer" && !value.is_number_integer()) ||
+      (type == "boolean" && !value.is_boolean()))
+    return value.dump() + " is no " + type;
+  if (schema.contains("const") && value != schema["const"]) return value.dump() + " is not const";
+  if (schema.contains("enum") &&
+      std::find(schema["enum"].begin(), schema["enum"].end(), value) == schema["enum"].end())
+    return value.dump() + " is not in enum";
+  if ((schema.contains("minimum") && value < schema["minimum"]) ||
+      (schema.contains("maximum") && value > schema["maximum"]))
+    return value.dump() + " is out of range";
+  if (schema.contains("pattern") &&
+      !std::regex_search(value.get<std::string>(),
+                         std::regex(schema["pattern"].get<std::string>())))
+    return value.dump() + " does not match";
+  const json properties = schema.value("properties", json::object());
+  for (const auto& [key, item] : value.items()) {
+    if (!properties.contains(key)) {
+      if (schema.value("additionalProperties", true) == false) return "unexpected " + key;
+      continue;
+    }
+    if (std::string problem = SchemaProblem(properties[key], item); !problem.empty())
+      return key + ": " + problem;
+  }
+  for (const json& key : schema.value("required", json::array())) {
+    if (!value.contains(key.get<std::string>())) return "lacks " + key.get<std::string>();
+  }
+  return {};
+}
+
+// Every event of real runs, one of each kind among them, fits the schema
+// that docs/log-format.md publishes.
+TEST_F(CliTest, JsonEventsOfRealRunsFitTheDocumentedSchema) {
+  std::ifstream schema_file(BRIVANT_SOURCE_DIR "/docs/log-format.schema.json");
+  const json schema = json::parse(schema_file);
+  std::filesystem::copy(BRIVANT_SOURCE_DIR "/tests/data/log-golden", temp_.path(),
+                        std::filesystem::copy_options::recursive);
+  std::string log = WithRealPackages("run project.bvproj --log json").out;
+  log += WithTestPackage("run " + WriteProject(kEchoProject) + " --log json").out;
+  log += WithTestPackage("run " +
+                         WriteProject("<Project><Actions><Action Class=\"TTestEchoAction\">"
+                                      "<Property Name=\"Text\"/></Action></Actions></Project>") +
+                         " --log json")
+             .out;
+  log += WithTestPackage("run " + WriteProject("<Project>\n<Nonsense/></Project>") + " --log json")
+             .out;
+  std::set<std::string> kinds;
+  std::istringstream lines(log);
+  for (std::string line; std::getline(lines, line);) {
+    SCOPED_TRACE(line);
+    json event = json::parse(line);
+    EXPECT_EQ(SchemaProblem(schema, event), "");
+    kinds.insert(event["event"].get<std::string>() +
+                 (event.contains("line") && event["event"] == "message" ? " with line" : ""));
+  }
+  EXPECT_EQ(kinds, (std::set<std::string>{"action-end", "action-start", "build-end", "group-end",
+                                          "group-start", "message", "message with line", "progress",
+                                          "validation-error"}));
+  EXPECT_EQ(SchemaProblem(schema, json::parse(R"({"event":"build-end","success":true,"depth":0,)"
+                                              R"("time":"2026-11-23 23:11:16"})")),
+            "fits 0 of oneOf: time: \"2026-11-23 23:11:16\" does not match");
+}
+
+// Logs of tests/data/log-golden, byte for byte but for the times of the
+// summary, whose lines are then sorted: their order follows timing.
+TEST_F(CliTest, LogsMatchTheGoldenFiles) {
+  std::filesystem::copy(BRIVANT_SOURCE_DIR "/tests/data/log-golden", temp_.path(),
+                        std::filesystem::copy_options::recursive);
+  for (const auto& [options, golden] :
+       {std::pair{"--log github", "github.log"}, {"-q", "quiet.log"}}) {
+    SCOPED_TRACE(golden);
+    Outcome outcome = WithRealPackages(std::string("run project.bvproj ") + options);
+    EXPECT_EQ(outcome.status, 1) << outcome.err;
+    std::string normalised;
+    std::vector<std::string> slowest;
+    std::istringstream lines(outcome.out);
+    for (std::string line; std::getline(lines, line);) {
+      if (!slowest.empty() && line.rfind("    ", 0) == 0) {
+        slowest.push_back(
+            std::regex_replace(line, std::regex("^ +[0-9]+\\.[0-9]{3} s"), "    T s"));
+        continue;
+      }
+      std::sort(slowest.begin(), slowest.end());
+      for (const std::string& sorted : slowest) normalised += sorted.empty() ? "" : sorted + "\n";
+      slowest.clear();
+      if (line == "slowest:") slowest.emplace_back();
+      normalised += line + "\n";
+    }
+    EXPECT_EQ(normalised, testing::ReadBytes(
+                              std::string(BRIVANT_SOURCE_DIR "/tests/data/log-golden/") + golden));
+  }
 }
 
 }  // namespace
