@@ -143,7 +143,7 @@ bool BuildRunner::Run() {
 
 bool BuildRunner::ReportValidation() {
   for (const DefineError& error : define_errors_)
-    sink_.ValidationError(error.title, "", error.message);
+    sink_.ValidationError(error.title, "", error.message, {});
   // -D has put its variables into the store already.
   std::vector<std::string> defined_names = variables_.Names();
   bool valid = define_errors_.empty();
@@ -154,7 +154,8 @@ bool BuildRunner::ReportValidation() {
       sink_.Message(stWarning, DescribeProblem(project_, shown));
       continue;
     }
-    sink_.ValidationError(problem.action_title, problem.property_title, problem.message);
+    sink_.ValidationError(problem.action_title, problem.property_title, problem.message,
+                          {project_.path, problem.line});
     valid = false;
   }
   return valid;

@@ -55,8 +55,8 @@ class JsonLogSink final : public LogSink {
   void GroupStart(std::string_view title) override;
   void GroupEnd(TStatusTag tag) override;
   void Progress(std::string_view text, int percent) override;
-  void ValidationError(std::string_view title, std::string_view property,
-                       std::string_view message) override;
+  void ValidationError(std::string_view title, std::string_view property, std::string_view message,
+                       const ActionPlace& place) override;
   void BuildEnd(bool success) override;
   void Flush() override { out_.flush(); }
   void ProjectError(std::string_view file, int line, std::string_view message) override;
@@ -76,6 +76,8 @@ class JsonLogSink final : public LogSink {
     int line = 0;
   };
   std::vector<OpenAction> open_;
+  std::chrono::sys_time<std::chrono::milliseconds> stamped_at_{};
+  std::string stamp_;  // stamped_at_ as JSON
   // Reused for every event, so a line costs no allocation once it has grown.
   std::string line_;
 };

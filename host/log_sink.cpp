@@ -45,8 +45,8 @@ void ClosableLogSink::Progress(std::string_view text, int percent) {
 }
 
 void ClosableLogSink::ValidationError(std::string_view title, std::string_view property,
-                                      std::string_view message) {
-  Forward([&] { inner_.ValidationError(title, property, message); });
+                                      std::string_view message, const ActionPlace& place) {
+  Forward([&] { inner_.ValidationError(title, property, message, place); });
 }
 
 void ClosableLogSink::BuildEnd(bool success) {

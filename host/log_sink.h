@@ -62,8 +62,9 @@ class LogSink {
   virtual void GroupEnd(TStatusTag tag) = 0;
   // percent is 0..100; values outside are clamped.
   virtual void Progress(std::string_view text, int percent) = 0;
+  // `place` is where the problem is: the action's or its property's line.
   virtual void ValidationError(std::string_view title, std::string_view property,
-                               std::string_view message) = 0;
+                               std::string_view message, const ActionPlace& place) = 0;
   virtual void BuildEnd(bool success) = 0;
   virtual void Flush() = 0;
 
@@ -110,8 +111,8 @@ class ClosableLogSink final : public LogSink {
   void GroupStart(std::string_view title) override;
   void GroupEnd(TStatusTag tag) override;
   void Progress(std::string_view text, int percent) override;
-  void ValidationError(std::string_view title, std::string_view property,
-                       std::string_view message) override;
+  void ValidationError(std::string_view title, std::string_view property, std::string_view message,
+                       const ActionPlace& place) override;
   void BuildEnd(bool success) override;
   void Flush() override;
   void HoldFlushes(bool hold) override;

@@ -361,7 +361,7 @@ void TextLogSink::DrawLoops() {
 }
 
 void TextLogSink::ValidationError(std::string_view title, std::string_view property,
-                                  std::string_view message) {
+                                  std::string_view message, const ActionPlace& place) {
   std::string text(title);
   text.append(": ");
   if (!property.empty()) {
@@ -369,7 +369,11 @@ void TextLogSink::ValidationError(std::string_view title, std::string_view prope
     text.append(": ");
   }
   text.append(message);
-  WriteStatusLines(stError, text);
+  if (IsGithub()) {
+    WriteAnnotation(stError, text, place.file, place.line, title);
+  } else {
+    WriteStatusLines(stError, text, PlaceText(place.file, place.line));
+  }
   EndEvent();
 }
 

@@ -61,8 +61,8 @@ class TextLogSink final : public LogSink {
   void GroupStart(std::string_view title) override;
   void GroupEnd(TStatusTag tag) override;
   void Progress(std::string_view text, int percent) override;
-  void ValidationError(std::string_view title, std::string_view property,
-                       std::string_view message) override;
+  void ValidationError(std::string_view title, std::string_view property, std::string_view message,
+                       const ActionPlace& place) override;
   void BuildEnd(bool success) override;
   // Also erases a progress bar, so that output of a program the build starts
   // next does not land behind it.

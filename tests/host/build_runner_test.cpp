@@ -49,8 +49,8 @@ class RecordingSink : public LogSink {
   void Progress(std::string_view text, int percent) override {
     events.push_back("progress " + std::to_string(percent) + ": " + std::string(text));
   }
-  void ValidationError(std::string_view title, std::string_view property,
-                       std::string_view message) override {
+  void ValidationError(std::string_view title, std::string_view property, std::string_view message,
+                       const ActionPlace&) override {
     events.push_back("invalid " + std::string(title) + "/" + std::string(property) + ": " +
                      std::string(message));
   }
@@ -536,15 +536,27 @@ TEST_F(BuildRunnerTest, JsonLogOfAFailedBuildNestsChildrenInsideTheirLoop) {
 )");
 }
 
-TEST_F(BuildRunnerTest, LoopPassesShowAsProgressOnALiveTerminal) {
-  project_.actions = List(Node("Loop", Loop({"a", "b"}), List(Node("Echo", Log("%ITEM%")))));
-  std::ostringstream out;
-  TerminalStyle live;
-  live.live_progress = true;
-  TextLogSink sink(out, live, TextLogSink::Dialect::kPlain);
-  BuildRunner runner(project_, sink);
-  EXPECT_TRUE(runner.Run());
-  EXPECT_NE(out.str().find("\rLoop: 1 of 2\x1b[K"), std::string::npos) << out.str();
+// A second per reading, so that the redraws are never too close together.
+int g_seconds = 0;
+std::chrono::steady_clock::time_point Ticking() {
+  return std::chrono::steady_clock::time_point(std::chrono::seconds(++g_seconds));
+}
+
+TEST_F(BuildRunnerTest, LoopPassesShowAsProgressOnALiveTerminalOnly) {
+  project_.actions = List(Node("Outer", Loop({"a", "b"}),
+                               List(Node("Inner", Loop({"c"}), List(Node("Echo", Log("x")))))));
+  for (bool live : {false, true}) {
+    std::ostringstream out;
+    TerminalStyle style;
+    style.live_progress = live;
+    TextLogSink sink(out, style, TextLogSink::Dialect::kPlain, Ticking);
+    BuildRunner runner(project_, sink);
+    EXPECT_TRUE(runner.Run());
+    EXPECT_EQ(out.str().find("\rOuter: 2 of 2  >  Inner: 1 of 1\x1b[K\r\x1b[K    == Echo\n") !=
+                  std::string::npos,
+              live)
+        << out.str();
+  }
 }
 
 TEST_F(BuildRunnerTest, FileSetsOfTheProjectAreFoundByNameInAnyCase) {

@@ -103,7 +103,8 @@ class RunnerExpansionTest : public ::testing::Test {
     void GroupStart(std::string_view) override {}
     void GroupEnd(TStatusTag) override {}
     void Progress(std::string_view, int) override {}
-    void ValidationError(std::string_view, std::string_view, std::string_view) override {}
+    void ValidationError(std::string_view, std::string_view, std::string_view,
+                         const ActionPlace&) override {}
     void BuildEnd(bool) override {}
     void Flush() override {}
   };
