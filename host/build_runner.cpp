@@ -149,9 +149,8 @@ bool BuildRunner::ReportValidation() {
   bool valid = define_errors_.empty();
   for (const ValidationProblem& problem : ValidateProject(project_, defined_names)) {
     if (problem.warning) {
-      ValidationProblem shown = problem;
-      shown.warning = false;  // the tag says it
-      sink_.Message(stWarning, DescribeProblem(project_, shown));
+      sink_.ValidationWarning(problem.action_title, problem.property_title, problem.message,
+                              {project_.path, problem.line});
       continue;
     }
     sink_.ValidationError(problem.action_title, problem.property_title, problem.message,

@@ -1,5 +1,7 @@
 #include "host/log_sink.h"
 
+#include <string>
+
 #include "host/json_log_sink.h"
 #include "host/text_log_sink.h"
 
@@ -16,6 +18,20 @@ std::unique_ptr<LogSink> MakeLogSink(LogFormat format, std::ostream& out,
       break;
   }
   return std::make_unique<TextLogSink>(out, style, TextLogSink::Dialect::kPlain);
+}
+
+void LogSink::ValidationWarning(std::string_view title, std::string_view property,
+                                std::string_view message, const ActionPlace& place) {
+  std::string text;
+  if (!place.file.empty()) text = std::string(place.file) + ":" + std::to_string(place.line) + ": ";
+  text.append(title);
+  text.append(": ");
+  if (!property.empty()) {
+    text.append(property);
+    text.append(": ");
+  }
+  text.append(message);
+  Message(stWarning, text);
 }
 
 void ClosableLogSink::ActionStart(std::string_view class_name, std::string_view title,
@@ -63,6 +79,11 @@ void ClosableLogSink::Flush() {
 
 void ClosableLogSink::HoldFlushes(bool hold) {
   Forward([&] { inner_.HoldFlushes(hold); });
+}
+
+void ClosableLogSink::ValidationWarning(std::string_view title, std::string_view property,
+                                        std::string_view message, const ActionPlace& place) {
+  Forward([&] { inner_.ValidationWarning(title, property, message, place); });
 }
 
 void ClosableLogSink::ProjectError(std::string_view file, int line, std::string_view message) {

@@ -68,6 +68,11 @@ class LogSink {
   virtual void BuildEnd(bool success) = 0;
   virtual void Flush() = 0;
 
+  // A problem the checks before the run found that does not stop the build.
+  // By default an stWarning message "file:line: title: property: message",
+  // as `brivant validate` prints it without its marker.
+  virtual void ValidationWarning(std::string_view title, std::string_view property,
+                                 std::string_view message, const ActionPlace& place);
   // A project that could not be loaded; `message` is the loader's whole
   // "file:line: ..." text and `line` 0 when it names none. Only BuildEnd
   // follows.
@@ -116,6 +121,8 @@ class ClosableLogSink final : public LogSink {
   void BuildEnd(bool success) override;
   void Flush() override;
   void HoldFlushes(bool hold) override;
+  void ValidationWarning(std::string_view title, std::string_view property,
+                         std::string_view message, const ActionPlace& place) override;
   void ProjectError(std::string_view file, int line, std::string_view message) override;
   void LoopProgress(std::string_view title, int iteration, int count) override;
 

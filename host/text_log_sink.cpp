@@ -362,6 +362,17 @@ void TextLogSink::DrawLoops() {
 
 void TextLogSink::ValidationError(std::string_view title, std::string_view property,
                                   std::string_view message, const ActionPlace& place) {
+  WriteProblem(stError, title, property, message, place);
+}
+
+void TextLogSink::ValidationWarning(std::string_view title, std::string_view property,
+                                    std::string_view message, const ActionPlace& place) {
+  if (!IsQuiet()) WriteProblem(stWarning, title, property, message, place);
+}
+
+// As `brivant validate` prints it: "file:line: error: title: property: message".
+void TextLogSink::WriteProblem(TStatusTag tag, std::string_view title, std::string_view property,
+                               std::string_view message, const ActionPlace& place) {
   std::string text(title);
   text.append(": ");
   if (!property.empty()) {
@@ -370,9 +381,9 @@ void TextLogSink::ValidationError(std::string_view title, std::string_view prope
   }
   text.append(message);
   if (IsGithub()) {
-    WriteAnnotation(stError, text, place.file, place.line, title);
+    WriteAnnotation(tag, text, place.file, place.line, title);
   } else {
-    WriteStatusLines(stError, text, PlaceText(place.file, place.line));
+    WriteStatusLines(tag, text, PlaceText(place.file, place.line));
   }
   EndEvent();
 }

@@ -67,6 +67,8 @@ class TextLogSink final : public LogSink {
   // Also erases a progress bar, so that output of a program the build starts
   // next does not land behind it.
   void Flush() override;
+  void ValidationWarning(std::string_view title, std::string_view property,
+                         std::string_view message, const ActionPlace& place) override;
   void ProjectError(std::string_view file, int line, std::string_view message) override;
   void LoopProgress(std::string_view title, int iteration, int count) override;
 
@@ -94,6 +96,8 @@ class TextLogSink final : public LogSink {
   bool IsGithub() const { return dialect_ == Dialect::kGithub; }
   bool IsQuiet() const { return style_.verbosity == Verbosity::kQuiet; }
   bool IsVerbose() const { return style_.verbosity == Verbosity::kVerbose; }
+  void WriteProblem(TStatusTag tag, std::string_view title, std::string_view property,
+                    std::string_view message, const ActionPlace& place);
   void WriteStatusLines(TStatusTag tag, std::string_view text, std::string_view place = {});
   void WriteAnnotation(TStatusTag tag, std::string_view text, std::string_view file, int line,
                        std::string_view title);
