@@ -125,6 +125,7 @@ void TextLogSink::Emit() {
 }
 
 void TextLogSink::EndEvent() {
+  if (style_.live_progress && !loops_.empty()) RedrawLoops();
   if (!FlushesHeld()) out_.flush();
 }
 
@@ -305,7 +306,7 @@ void TextLogSink::GroupEnd(TStatusTag /*tag*/) {
 }
 
 void TextLogSink::Progress(std::string_view text, int percent) {
-  if (!style_.live_progress || IsQuiet()) return;
+  if (!style_.live_progress) return;
   percent = std::clamp(percent, 0, 100);
   int filled = percent * kProgressCells / 100;
   line_.assign("\r");
@@ -331,20 +332,22 @@ void TextLogSink::Progress(std::string_view text, int percent) {
 }
 
 void TextLogSink::LoopProgress(std::string_view title, int iteration, int count) {
-  if (!style_.live_progress || IsQuiet()) return;
+  if (!style_.live_progress) return;
   size_t depth = actions_.size();
   std::erase_if(loops_, [depth](const Loop& loop) { return loop.depth >= depth; });
   std::string text = count > 0 ? fmt::format("{}: {} of {}", title, iteration, count)
                                : fmt::format("{}: {}", title, iteration);
   loops_.push_back({depth, std::move(text)});
-  std::chrono::steady_clock::time_point now = now_();
-  if (now - loops_drawn_ < kLoopRedrawInterval) return;
-  loops_drawn_ = now;
-  DrawLoops();
+  EndEvent();
 }
 
-// The loops from the outermost in, on the line a progress bar uses.
-void TextLogSink::DrawLoops() {
+// The loops from the outermost in, on the line a progress bar uses: at once
+// when a line of the log erased it, else at most every kLoopRedrawInterval,
+// as a quiet loop may pass thousands of times a second.
+void TextLogSink::RedrawLoops() {
+  std::chrono::steady_clock::time_point now = now_();
+  if (progress_shown_ && now - loops_drawn_ < kLoopRedrawInterval) return;
+  loops_drawn_ = now;
   std::string text;
   for (const Loop& loop : loops_) {
     if (!text.empty()) text.append("  >  ");
@@ -355,7 +358,6 @@ void TextLogSink::DrawLoops() {
   line_.append(FitColumns(text, columns - 1));
   line_.append("\x1b[K");
   out_.write(line_.data(), static_cast<std::streamsize>(line_.size()));
-  out_.flush();
   line_.clear();
   progress_shown_ = true;
 }
@@ -401,6 +403,7 @@ void TextLogSink::BuildEnd(bool success) {
   // The summary must not end up folded inside a group.
   while (!headers_.empty()) PopHeader();
   actions_.clear();
+  loops_.clear();
   level_ = 0;
   group_depth_ = 0;
   if (!summary_.IsEmpty()) {

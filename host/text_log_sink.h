@@ -18,11 +18,12 @@
 // Error and warning lines carry "error: " / "warning: " also without colour,
 // so they can be found with grep; colours are red, yellow, and green for
 // success lines. The lines of a multi-line message line up under the first
-// line's text. Progress, of an action and of the loops around it, shows only
-// on an interactive terminal, as a line redrawn in place and erased before
-// the next line. Quiet shows only error lines, with the headers above them
-// written when the first error needs them; verbose adds each action's place,
-// description and time.
+// line's text. Progress shows only on an interactive terminal, as a line
+// redrawn in place and erased before the next line: an action's as a bar, the
+// passes of the loops around it as a line that comes back after each event.
+// Quiet shows only error lines, with the headers above them written when the
+// first error needs them; verbose adds each action's place, description and
+// time.
 //
 // The GitHub dialect is the same text, except that a top-level action is a
 // ::group::title ... ::endgroup:: and error and warning lines become
@@ -105,7 +106,7 @@ class TextLogSink final : public LogSink {
   void PushHeader(std::string text, bool is_action, bool workflow_group);
   void WriteHeaders();
   void PopHeader();
-  void DrawLoops();
+  void RedrawLoops();
   void AppendIndent();
   void AppendColored(std::string_view color, std::string_view text);
   void EraseProgress();
