@@ -63,8 +63,9 @@ int ErrorLine(std::string_view error, std::string_view path) {
   if (error.substr(0, path.size()) != path || error.substr(path.size(), 1) != ":") return 0;
   int line = 0;
   std::string_view rest = error.substr(path.size() + 1);
-  auto [end, failure] = std::from_chars(rest.data(), rest.data() + rest.size(), line);
-  return failure == std::errc() && end != rest.data() && *end == ':' ? line : 0;
+  const char* rest_end = rest.data() + rest.size();
+  auto [end, failure] = std::from_chars(rest.data(), rest_end, line);
+  return failure == std::errc() && end != rest_end && *end == ':' ? line : 0;
 }
 
 // Tools and CI reading the log must learn why the build never started; text
