@@ -84,10 +84,12 @@ struct RunArguments {
   std::string path;
   host::LogFormat format = host::LogFormat::kText;
   bool color = true;
+  host::Verbosity verbosity = host::Verbosity::kNormal;
   std::vector<std::string> defines;  // "NAME=VALUE" as typed
 };
 
-/// Loads, validates and runs the project.
+/// Loads, validates and runs the project. A project that cannot be loaded is
+/// also reported in the JSON and GitHub logs, which then end with build-end.
 int RunProjectFile(const host::ActionRegistry& registry, const RunArguments& arguments);
 
 struct RegistryArguments {

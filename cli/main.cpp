@@ -26,6 +26,8 @@ struct CommandLine {
   RunArguments run;
   std::string log_format = "text";
   bool no_color = false;
+  bool quiet = false;
+  bool verbose = false;
   std::string project_path;
   std::string category;
   std::string class_name;
@@ -60,11 +62,19 @@ void AddRunOptions(CLI::App* command, CommandLine* line) {
       ->type_name("FORMAT")
       ->check(CLI::IsMember(kLogFormats).description(""));
   command->add_flag("--no-color", line->no_color, "Never colour the text log.");
+  CLI::Option* quiet =
+      command->add_flag("-q,--quiet", line->quiet, "Text log: only errors and the summary.");
+  command
+      ->add_flag("-v,--verbose", line->verbose,
+                 "Text log: each action's place, description and time.")
+      ->excludes(quiet);
 }
 
 int Run(const host::ActionRegistry& registry, CommandLine& line) {
   line.run.format = kLogFormats.at(line.log_format);
   line.run.color = !line.no_color;
+  if (line.quiet) line.run.verbosity = host::Verbosity::kQuiet;
+  if (line.verbose) line.run.verbosity = host::Verbosity::kVerbose;
   return RunProjectFile(registry, line.run);
 }
 

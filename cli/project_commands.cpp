@@ -1,9 +1,11 @@
 // `brivant validate`, `brivant describe` and `brivant run`: the commands that
 // read a project file.
+#include <charconv>
 #include <exception>
 #include <iostream>
 #include <memory>
 #include <sstream>
+#include <string_view>
 
 #include "cli/commands.h"
 #include "host/action_registry.h"
@@ -54,6 +56,26 @@ std::string DescriptionOf(const TCustomBVAction& action) {
   } catch (const std::exception&) {
     return action.GetActionName();
   }
+}
+
+// The line of a loader error "path:line: message"; 0 when it names none.
+int ErrorLine(std::string_view error, std::string_view path) {
+  if (error.substr(0, path.size()) != path || error.substr(path.size(), 1) != ":") return 0;
+  int line = 0;
+  std::string_view rest = error.substr(path.size() + 1);
+  const char* rest_end = rest.data() + rest.size();
+  auto [end, failure] = std::from_chars(rest.data(), rest_end, line);
+  return failure == std::errc() && end != rest_end && *end == ':' ? line : 0;
+}
+
+// Tools and CI reading the log must learn why the build never started; text
+// readers have standard error.
+void LogLoadError(const RunArguments& arguments, const std::string& error) {
+  if (arguments.format == host::LogFormat::kText) return;
+  std::unique_ptr<host::LogSink> sink = host::MakeLogSink(arguments.format, std::cout, {});
+  sink->ProjectError(arguments.path, ErrorLine(error, arguments.path), error);
+  sink->BuildEnd(false);
+  sink->Flush();
 }
 
 void DescribeNodes(const std::vector<host::ActionNode>& nodes, int depth) {
@@ -113,10 +135,16 @@ int RunProjectFile(const host::ActionRegistry& registry, const RunArguments& arg
   host::RunOptions options;
   options.format = arguments.format;
   options.color = arguments.color;
+  options.verbosity = arguments.verbosity;
   options.script_methods = registry.ScriptMethods();
   if (!ParseDefines(arguments.defines, &options.defines)) return kExitUsage;
   host::Project project;
-  if (!Load(registry, arguments.path, &project)) return kExitUsage;
+  std::string error;
+  if (!host::LoadProject(arguments.path, registry, &project, &error)) {
+    PrintError(error);
+    LogLoadError(arguments, error);
+    return kExitUsage;
+  }
   return host::RunProject(project, options);
 }
 

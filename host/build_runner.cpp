@@ -35,11 +35,12 @@ std::string Lowercase(std::string text) {
   return text;
 }
 
-// A loop that answers naSkipChildren simply had nothing to iterate; only a
-// container's "no" means its condition was not met.
-bool IsLoop(TCustomBVAction& action) {
+// The action as a loop, or nullptr when it is none. A loop that answers
+// naSkipChildren simply had nothing to iterate; only a container's "no"
+// means its condition was not met.
+TBVBaseIterator* AsLoop(TCustomBVAction& action) {
   auto* iterator = dynamic_cast<TBVBaseIterator*>(&action);
-  return iterator != nullptr && iterator->IsLoopAction();
+  return iterator != nullptr && iterator->IsLoopAction() ? iterator : nullptr;
 }
 
 // The first action of the tree, in project order, with that title.
@@ -142,18 +143,18 @@ bool BuildRunner::Run() {
 
 bool BuildRunner::ReportValidation() {
   for (const DefineError& error : define_errors_)
-    sink_.ValidationError(error.title, "", error.message);
+    sink_.ValidationError(error.title, "", error.message, {});
   // -D has put its variables into the store already.
   std::vector<std::string> defined_names = variables_.Names();
   bool valid = define_errors_.empty();
   for (const ValidationProblem& problem : ValidateProject(project_, defined_names)) {
     if (problem.warning) {
-      ValidationProblem shown = problem;
-      shown.warning = false;  // the tag says it
-      sink_.Message(stWarning, DescribeProblem(project_, shown));
+      sink_.ValidationWarning(problem.action_title, problem.property_title, problem.message,
+                              {project_.path, problem.line});
       continue;
     }
-    sink_.ValidationError(problem.action_title, problem.property_title, problem.message);
+    sink_.ValidationError(problem.action_title, problem.property_title, problem.message,
+                          {project_.path, problem.line});
     valid = false;
   }
   return valid;
@@ -193,7 +194,8 @@ BuildRunner::Outcome BuildRunner::RunNode(ActionNode& node) {
   } catch (const std::exception& e) {
     description_error = e.what();
   }
-  sink_.ActionStart(class_name, node.title, description);
+  bool ignorable = node.ignore_failure && action.GetCanIgnoreFailure();
+  sink_.ActionStart(class_name, node.title, description, {project_.path, node.line, ignorable});
   action.SetActionStatus(asRunning);
 
   bool success = description_error.empty();
@@ -208,7 +210,7 @@ BuildRunner::Outcome BuildRunner::RunNode(ActionNode& node) {
 
   bool stopped = IsStopSignalled();
   if (stopped) ReportStopOnce();
-  bool ignored = !success && !stopped && node.ignore_failure && action.GetCanIgnoreFailure();
+  bool ignored = !success && !stopped && ignorable;
   action.SetActionStatus(FinalStatus(success, condition_not_met, stopped, ignored));
   sink_.ActionEnd(class_name, node.title, success, ignored);
   return (success || ignored) && !stopped ? Outcome::kContinue : Outcome::kStop;
@@ -245,8 +247,11 @@ bool BuildRunner::RunChildren(ActionNode& node, bool* condition_not_met) {
   }
   TBVNextAction next = node.children.empty() ? naNextSibling : naRunChildren;
   if (!AskNextAction(action, nssAfterExecute, &next)) return false;
-  if (next == naSkipChildren && !IsLoop(action)) *condition_not_met = true;
+  TBVBaseIterator* loop = AsLoop(action);
+  if (next == naSkipChildren && loop == nullptr) *condition_not_met = true;
   while (next == naRunChildren || next == naRepeat) {
+    if (loop != nullptr)
+      sink_.LoopProgress(node.title, loop->GetCurrentIteration(), loop->GetIterationCount());
     if (RunNodes(node.children) == Outcome::kStop || IsStopSignalled()) {
       AbortContainer(action);
       return false;
@@ -435,6 +440,7 @@ int RunProject(Project& project, const RunOptions& options) {
   style.color = options.color && terminal && !IsColorOptedOut();
   style.live_progress = terminal;
   style.columns = platform::StandardOutputColumns();
+  style.verbosity = options.verbosity;
   std::unique_ptr<LogSink> format_sink = MakeLogSink(options.format, std::cout, style);
   ClosableLogSink sink(*format_sink);
   BuildRunner runner(project, sink, options.defines);

@@ -41,6 +41,7 @@ namespace brivant::host {
 struct RunOptions {
   LogFormat format = LogFormat::kText;
   bool color = true;  // --no-color clears it; NO_COLOR and a non-terminal stdout also do
+  Verbosity verbosity = Verbosity::kNormal;                  // -q, -v
   std::vector<std::pair<std::string, std::string>> defines;  // -D NAME=VALUE in order
   // What the loaded packages registered, offered to scripts.
   std::vector<RegisteredScriptMethod> script_methods;

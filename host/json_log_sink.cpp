@@ -1,7 +1,10 @@
 #include "host/json_log_sink.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 
 #include "package/string_utils.h"
 
@@ -68,6 +71,18 @@ void AppendJsonString(std::string_view text, std::string* out) {
   out->push_back('"');
 }
 
+void AppendJsonTimestamp(std::chrono::system_clock::time_point time, std::string* out) {
+  using namespace std::chrono;
+  auto milliseconds_since_epoch = floor<milliseconds>(time);
+  auto day = floor<days>(milliseconds_since_epoch);
+  year_month_day date(day);
+  hh_mm_ss clock(milliseconds_since_epoch - day);
+  fmt::format_to(std::back_inserter(*out), "\"{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z\"",
+                 static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                 static_cast<unsigned>(date.day()), clock.hours().count(), clock.minutes().count(),
+                 clock.seconds().count(), clock.subseconds().count());
+}
+
 void JsonLogSink::Begin(std::string_view event) {
   line_.assign("{\"event\":\"");
   line_.append(event);
@@ -88,27 +103,58 @@ void JsonLogSink::AddRaw(std::string_view key, std::string_view json_value) {
   line_.append(json_value);
 }
 
+void JsonLogSink::AddNumber(std::string_view key, int value) {
+  char digits[16];
+  auto result = std::to_chars(digits, digits + sizeof digits, value);
+  AddRaw(key, std::string_view(digits, static_cast<size_t>(result.ptr - digits)));
+}
+
+void JsonLogSink::AddPlace(std::string_view file, int line) {
+  if (!file.empty()) AddString("file", file);
+  if (line > 0) AddNumber("line", line);
+}
+
 void JsonLogSink::End() {
+  AddNumber("depth", static_cast<int>(open_.size()));
+  line_.append(",\"time\":");
+  // Events come far faster than once a millisecond in a busy loop, and
+  // formatting a date costs more than the rest of an event.
+  auto now = std::chrono::floor<std::chrono::milliseconds>(now_());
+  if (now != stamped_at_ || stamp_.empty()) {
+    stamped_at_ = now;
+    stamp_.clear();
+    AppendJsonTimestamp(now, &stamp_);
+  }
+  line_.append(stamp_);
   line_.append("}\n");
   out_.write(line_.data(), static_cast<std::streamsize>(line_.size()));
   if (!FlushesHeld()) out_.flush();
 }
 
 void JsonLogSink::ActionStart(std::string_view class_name, std::string_view title,
-                              std::string_view description) {
+                              std::string_view description, const ActionPlace& place) {
   Begin("action-start");
   AddString("class", class_name);
   AddString("title", title);
   AddString("description", description);
+  AddPlace(place.file, place.line);
   End();
+  open_.push_back({std::string(place.file), place.line});
 }
 
 void JsonLogSink::ActionEnd(std::string_view class_name, std::string_view title, bool success,
-                            bool /*failure_ignored*/) {
+                            bool failure_ignored) {
+  OpenAction action;
+  if (!open_.empty()) {
+    action = std::move(open_.back());
+    open_.pop_back();
+  }
   Begin("action-end");
   AddString("class", class_name);
   AddString("title", title);
   AddRaw("success", success ? "true" : "false");
+  AddPlace(action.file, action.line);
+  AddRaw("failure_ignored", failure_ignored ? "true" : "false");
   End();
 }
 
@@ -134,22 +180,30 @@ void JsonLogSink::GroupEnd(TStatusTag tag) {
 void JsonLogSink::Progress(std::string_view text, int percent) {
   Begin("progress");
   AddString("text", text);
-  char digits[4];
-  auto result = std::to_chars(digits, digits + sizeof digits, std::clamp(percent, 0, 100));
-  AddRaw("percent", std::string_view(digits, static_cast<size_t>(result.ptr - digits)));
+  AddNumber("percent", std::clamp(percent, 0, 100));
   End();
 }
 
 void JsonLogSink::ValidationError(std::string_view title, std::string_view property,
-                                  std::string_view message) {
+                                  std::string_view message, const ActionPlace& place) {
   Begin("validation-error");
   AddString("title", title);
   AddString("property", property);
   AddString("message", message);
+  AddPlace(place.file, place.line);
+  End();
+}
+
+void JsonLogSink::ProjectError(std::string_view file, int line, std::string_view message) {
+  Begin("message");
+  AddString("tag", StatusTagName(stError));
+  AddString("text", message);
+  AddPlace(file, line);
   End();
 }
 
 void JsonLogSink::BuildEnd(bool success) {
+  open_.clear();
   Begin("build-end");
   AddRaw("success", success ? "true" : "false");
   End();

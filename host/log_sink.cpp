@@ -1,5 +1,7 @@
 #include "host/log_sink.h"
 
+#include <string>
+
 #include "host/json_log_sink.h"
 #include "host/text_log_sink.h"
 
@@ -18,9 +20,23 @@ std::unique_ptr<LogSink> MakeLogSink(LogFormat format, std::ostream& out,
   return std::make_unique<TextLogSink>(out, style, TextLogSink::Dialect::kPlain);
 }
 
+void LogSink::ValidationWarning(std::string_view title, std::string_view property,
+                                std::string_view message, const ActionPlace& place) {
+  std::string text;
+  if (!place.file.empty()) text = std::string(place.file) + ":" + std::to_string(place.line) + ": ";
+  text.append(title);
+  text.append(": ");
+  if (!property.empty()) {
+    text.append(property);
+    text.append(": ");
+  }
+  text.append(message);
+  Message(stWarning, text);
+}
+
 void ClosableLogSink::ActionStart(std::string_view class_name, std::string_view title,
-                                  std::string_view description) {
-  Forward([&] { inner_.ActionStart(class_name, title, description); });
+                                  std::string_view description, const ActionPlace& place) {
+  Forward([&] { inner_.ActionStart(class_name, title, description, place); });
 }
 
 void ClosableLogSink::ActionEnd(std::string_view class_name, std::string_view title, bool success,
@@ -45,8 +61,8 @@ void ClosableLogSink::Progress(std::string_view text, int percent) {
 }
 
 void ClosableLogSink::ValidationError(std::string_view title, std::string_view property,
-                                      std::string_view message) {
-  Forward([&] { inner_.ValidationError(title, property, message); });
+                                      std::string_view message, const ActionPlace& place) {
+  Forward([&] { inner_.ValidationError(title, property, message, place); });
 }
 
 void ClosableLogSink::BuildEnd(bool success) {
@@ -63,6 +79,19 @@ void ClosableLogSink::Flush() {
 
 void ClosableLogSink::HoldFlushes(bool hold) {
   Forward([&] { inner_.HoldFlushes(hold); });
+}
+
+void ClosableLogSink::ValidationWarning(std::string_view title, std::string_view property,
+                                        std::string_view message, const ActionPlace& place) {
+  Forward([&] { inner_.ValidationWarning(title, property, message, place); });
+}
+
+void ClosableLogSink::ProjectError(std::string_view file, int line, std::string_view message) {
+  Forward([&] { inner_.ProjectError(file, line, message); });
+}
+
+void ClosableLogSink::LoopProgress(std::string_view title, int iteration, int count) {
+  Forward([&] { inner_.LoopProgress(title, iteration, count); });
 }
 
 bool ClosableLogSink::EndFromOutside(std::chrono::milliseconds wait) {

@@ -1,5 +1,7 @@
 #include "host/text_log_sink.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 namespace brivant::host {
@@ -13,6 +15,8 @@ constexpr std::string_view kReset = "\x1b[0m";
 constexpr std::string_view kEraseLine = "\r\x1b[K";
 constexpr std::string_view kHeaderMarker = "== ";
 constexpr int kProgressCells = 20;
+// A terminal redraw costs far more than a loop pass; ten a second look live.
+constexpr std::chrono::milliseconds kLoopRedrawInterval{100};
 
 std::string_view MarkerOf(TStatusTag tag) {
   switch (tag) {
@@ -70,6 +74,47 @@ std::string_view FitColumns(std::string_view text, int cells) {
   return text;
 }
 
+// Appends `text` as data of a workflow command: the command ends at the line
+// break and its properties at ',' and '::', so those travel percent-encoded,
+// and so does the escape character itself.
+void AppendWorkflowEscaped(std::string_view text, bool property, std::string* out) {
+  for (char c : text) {
+    switch (c) {
+      case '%':
+        out->append("%25");
+        continue;
+      case '\r':
+        out->append("%0D");
+        continue;
+      case '\n':
+        out->append("%0A");
+        continue;
+      case ':':
+        if (property) {
+          out->append("%3A");
+          continue;
+        }
+        break;
+      case ',':
+        if (property) {
+          out->append("%2C");
+          continue;
+        }
+        break;
+    }
+    out->push_back(c);
+  }
+}
+
+std::string PlaceText(std::string_view file, int line) {
+  if (file.empty() || line <= 0) return {};
+  return fmt::format("{}:{}", file, line);
+}
+
+std::string Seconds(std::chrono::steady_clock::duration time) {
+  return fmt::format("{:.3f} s", std::chrono::duration<double>(time).count());
+}
+
 }  // namespace
 
 void TextLogSink::Emit() {
@@ -80,6 +125,7 @@ void TextLogSink::Emit() {
 }
 
 void TextLogSink::EndEvent() {
+  if (style_.live_progress && !loops_.empty()) RedrawLoops();
   if (!FlushesHeld()) out_.flush();
 }
 
@@ -100,100 +146,162 @@ void TextLogSink::AppendColored(std::string_view color, std::string_view text) {
 
 void TextLogSink::WriteWorkflowCommand(std::string_view command, std::string_view data) {
   line_.assign(command);
-  // A workflow command ends at the line break, so breaks and the escape
-  // character itself travel percent-encoded.
-  for (char c : data) {
-    switch (c) {
-      case '%':
-        line_.append("%25");
-        break;
-      case '\r':
-        line_.append("%0D");
-        break;
-      case '\n':
-        line_.append("%0A");
-        break;
-      default:
-        line_.push_back(c);
-    }
-  }
+  AppendWorkflowEscaped(data, /*property=*/false, &line_);
   Emit();
 }
 
-void TextLogSink::WriteStatusLines(TStatusTag tag, std::string_view text) {
+void TextLogSink::WriteAnnotation(TStatusTag tag, std::string_view text, std::string_view file,
+                                  int line, std::string_view title) {
+  bool ignored = !actions_.empty() && actions_.back().ignores_failure;
+  line_.assign(tag == stWarning || ignored ? "::warning" : "::error");
+  char separator = ' ';
+  auto add_property = [&](std::string_view name, std::string_view value) {
+    if (value.empty()) return;
+    line_.push_back(separator);
+    separator = ',';
+    line_.append(name);
+    line_.push_back('=');
+    AppendWorkflowEscaped(value, /*property=*/true, &line_);
+  };
+  add_property("file", file);
+  if (!file.empty() && line > 0) add_property("line", std::to_string(line));
+  add_property("title", title);
+  line_.append("::");
+  AppendWorkflowEscaped(text, /*property=*/false, &line_);
+  Emit();
+}
+
+void TextLogSink::WriteStatusLines(TStatusTag tag, std::string_view text, std::string_view place) {
   text = WithoutFinalBreak(text);
-  if (IsGithub() && tag == stError) return WriteWorkflowCommand("::error::", text);
-  if (IsGithub() && tag == stWarning) return WriteWorkflowCommand("::warning::", text);
+  if (IsQuiet()) WriteHeaders();
+  if (IsGithub() && (tag == stError || tag == stWarning)) {
+    if (actions_.empty()) return WriteAnnotation(tag, text, {}, 0, {});
+    const OpenAction& action = actions_.back();
+    return WriteAnnotation(tag, text, action.file, action.line, action.title);
+  }
   std::string_view marker = MarkerOf(tag);
   std::string_view color = ColorOf(tag);
   size_t pos = 0;
   std::string_view first = NextLine(text, &pos);
   AppendIndent();
   if (style_.color && !color.empty()) line_.append(color);
+  size_t prefix_start = line_.size();
+  if (!place.empty()) {
+    line_.append(place);
+    line_.append(": ");
+  }
   line_.append(marker);
+  size_t prefix_size = line_.size() - prefix_start;
   line_.append(first);
   if (style_.color && !color.empty()) line_.append(kReset);
   Emit();
   while (pos <= text.size()) {
     std::string_view line = NextLine(text, &pos);
     AppendIndent();
-    line_.append(marker.size(), ' ');
+    line_.append(prefix_size, ' ');
     AppendColored(color, line);
     Emit();
   }
 }
 
-void TextLogSink::ActionStart(std::string_view /*class_name*/, std::string_view title,
-                              std::string_view /*description*/) {
-  AppendIndent();
-  line_.append(kHeaderMarker);
-  AppendColored(kBold, title);
-  Emit();
+void TextLogSink::PushHeader(std::string text, bool is_action, bool workflow_group) {
+  headers_.push_back({std::move(text), level_, is_action, workflow_group});
+  if (!IsQuiet()) WriteHeaders();
   ++level_;
+}
+
+// Quiet holds headers back until an error line needs them above it.
+void TextLogSink::WriteHeaders() {
+  for (Header& header : headers_) {
+    if (header.written) continue;
+    header.written = true;
+    if (header.workflow_group) {
+      WriteWorkflowCommand("::group::", header.text);
+      continue;
+    }
+    line_.assign(static_cast<size_t>(2 * header.level), ' ');
+    line_.append(header.text);
+    Emit();
+  }
+}
+
+void TextLogSink::PopHeader() {
+  if (headers_.empty()) return;
+  if (headers_.back().workflow_group && headers_.back().written) {
+    line_.assign("::endgroup::");
+    Emit();
+  }
+  level_ = headers_.back().level;
+  headers_.pop_back();
+}
+
+void TextLogSink::ActionStart(std::string_view /*class_name*/, std::string_view title,
+                              std::string_view description, const ActionPlace& place) {
+  bool enclosing_ignores = !actions_.empty() && actions_.back().ignores_failure;
+  actions_.push_back({std::string(title), std::string(place.file), place.line,
+                      place.ignores_failure || enclosing_ignores, now_()});
+  std::string where = PlaceText(place.file, place.line);
+  summary_.ActionStarted(title, where, actions_.back().start);
+  if (IsGithub() && actions_.size() == 1) {
+    PushHeader(std::string(title), /*is_action=*/true, /*workflow_group=*/true);
+  } else {
+    std::string header(kHeaderMarker);
+    bool bold = style_.color;
+    if (bold) header.append(kBold);
+    header.append(title);
+    if (bold) header.append(kReset);
+    PushHeader(std::move(header), /*is_action=*/true, /*workflow_group=*/false);
+  }
+  if (IsVerbose()) {
+    if (!where.empty()) where.append(": ");
+    where.append(description);
+    if (!where.empty()) WriteStatusLines(stInfo, where);
+  }
   EndEvent();
 }
 
 void TextLogSink::ActionEnd(std::string_view /*class_name*/, std::string_view title, bool success,
                             bool failure_ignored) {
-  if (!success) {
+  if (actions_.empty()) return;
+  std::chrono::steady_clock::time_point now = now_();
+  summary_.ActionEnded(success, failure_ignored, now);
+  const OpenAction& action = actions_.back();
+  if (!success && !(IsQuiet() && failure_ignored)) {
     std::string text(title);
     text.append(failure_ignored ? " failed (failure ignored)" : " failed");
-    WriteStatusLines(failure_ignored ? stWarning : stError, text);
+    WriteStatusLines(failure_ignored ? stWarning : stError, text,
+                     PlaceText(action.file, action.line));
   }
-  level_ = std::max(level_ - 1, 0);
+  if (IsVerbose()) WriteStatusLines(stInfo, "time: " + Seconds(now - action.start));
+  // Groups the action left open end with it.
+  while (!headers_.empty()) {
+    bool was_action = headers_.back().is_action;
+    if (!was_action) --group_depth_;
+    PopHeader();
+    if (was_action) break;
+  }
+  actions_.pop_back();
+  std::erase_if(loops_, [this](const Loop& loop) { return loop.depth > actions_.size(); });
   EndEvent();
 }
 
 void TextLogSink::Message(TStatusTag tag, std::string_view text) {
+  if (tag == stError) summary_.ErrorLogged();
+  if (IsQuiet() && tag != stError) return;
   WriteStatusLines(tag, text);
   EndEvent();
 }
 
 void TextLogSink::GroupStart(std::string_view title) {
   ++group_depth_;
-  if (IsGithub() && github_group_depth_ == 0) {
-    // The runner's groups do not nest, so only the outermost one is a group
-    // there; inner ones show as text.
-    github_group_depth_ = group_depth_;
-    WriteWorkflowCommand("::group::", title);
-  } else {
-    AppendIndent();
-    line_.append(title);
-    Emit();
-  }
-  ++level_;
+  PushHeader(std::string(title), /*is_action=*/false, /*workflow_group=*/false);
   EndEvent();
 }
 
 void TextLogSink::GroupEnd(TStatusTag /*tag*/) {
   if (group_depth_ == 0) return;
-  if (github_group_depth_ == group_depth_) {
-    github_group_depth_ = 0;
-    line_.assign("::endgroup::");
-    Emit();
-  }
   --group_depth_;
-  level_ = std::max(level_ - 1, 0);
+  PopHeader();
   EndEvent();
 }
 
@@ -223,8 +331,50 @@ void TextLogSink::Progress(std::string_view text, int percent) {
   progress_shown_ = true;
 }
 
+void TextLogSink::LoopProgress(std::string_view title, int iteration, int count) {
+  if (!style_.live_progress) return;
+  size_t depth = actions_.size();
+  std::erase_if(loops_, [depth](const Loop& loop) { return loop.depth >= depth; });
+  std::string text = count > 0 ? fmt::format("{}: {} of {}", title, iteration, count)
+                               : fmt::format("{}: {}", title, iteration);
+  loops_.push_back({depth, std::move(text)});
+  EndEvent();
+}
+
+// The loops from the outermost in, on the line a progress bar uses: at once
+// when a line of the log erased it, else at most every kLoopRedrawInterval,
+// as a quiet loop may pass thousands of times a second.
+void TextLogSink::RedrawLoops() {
+  std::chrono::steady_clock::time_point now = now_();
+  if (progress_shown_ && now - loops_drawn_ < kLoopRedrawInterval) return;
+  loops_drawn_ = now;
+  std::string text;
+  for (const Loop& loop : loops_) {
+    if (!text.empty()) text.append("  >  ");
+    text.append(loop.text);
+  }
+  int columns = style_.columns > 0 ? style_.columns : 80;
+  line_.assign("\r");
+  line_.append(FitColumns(text, columns - 1));
+  line_.append("\x1b[K");
+  out_.write(line_.data(), static_cast<std::streamsize>(line_.size()));
+  line_.clear();
+  progress_shown_ = true;
+}
+
 void TextLogSink::ValidationError(std::string_view title, std::string_view property,
-                                  std::string_view message) {
+                                  std::string_view message, const ActionPlace& place) {
+  WriteProblem(stError, title, property, message, place);
+}
+
+void TextLogSink::ValidationWarning(std::string_view title, std::string_view property,
+                                    std::string_view message, const ActionPlace& place) {
+  if (!IsQuiet()) WriteProblem(stWarning, title, property, message, place);
+}
+
+// As `brivant validate` prints it: "file:line: error: title: property: message".
+void TextLogSink::WriteProblem(TStatusTag tag, std::string_view title, std::string_view property,
+                               std::string_view message, const ActionPlace& place) {
   std::string text(title);
   text.append(": ");
   if (!property.empty()) {
@@ -232,12 +382,36 @@ void TextLogSink::ValidationError(std::string_view title, std::string_view prope
     text.append(": ");
   }
   text.append(message);
-  WriteStatusLines(stError, text);
+  if (IsGithub()) {
+    WriteAnnotation(tag, text, place.file, place.line, title);
+  } else {
+    WriteStatusLines(tag, text, PlaceText(place.file, place.line));
+  }
+  EndEvent();
+}
+
+void TextLogSink::ProjectError(std::string_view file, int line, std::string_view message) {
+  if (IsGithub()) {
+    WriteAnnotation(stError, message, file, line, {});
+  } else {
+    WriteStatusLines(stError, message);
+  }
   EndEvent();
 }
 
 void TextLogSink::BuildEnd(bool success) {
+  // The summary must not end up folded inside a group.
+  while (!headers_.empty()) PopHeader();
+  actions_.clear();
+  loops_.clear();
   level_ = 0;
+  group_depth_ = 0;
+  if (!summary_.IsEmpty()) {
+    for (const std::string& line : summary_.Lines()) {
+      line_.assign(line);
+      Emit();
+    }
+  }
   if (success) {
     WriteStatusLines(stSuccess, "build succeeded");
   } else {

@@ -6,6 +6,7 @@ packages=(
   libpugixml-dev libcli11-dev libfmt-dev duktape-dev
   libpcre2-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  nlohmann-json3-dev
   zsh
   libsqlite3-dev
   libvips-dev libturbojpeg0-dev libexiv2-dev libcairo2-dev

@@ -9,6 +9,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <nlohmann/json.hpp>
+#include <regex>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -343,16 +346,14 @@ TEST_F(CliTest, RunLogsAsJsonAndAppliesDefines) {
   Outcome outcome =
       WithTestPackage("run " + WriteProject(kEchoProject) + " --log json -D WHO=there -D NEW=1");
   EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_NE(
-      outcome.out.find("{\"event\":\"message\",\"tag\":\"stInfo\",\"text\":\"hello there\"}\n"),
-      std::string::npos)
-      << outcome.out;
-  EXPECT_NE(outcome.out.find("{\"event\":\"message\",\"tag\":\"stInfo\",\"text\":\"again\"}\n"),
+  EXPECT_NE(outcome.out.find("{\"event\":\"message\",\"tag\":\"stInfo\",\"text\":\"hello there\","),
             std::string::npos)
       << outcome.out;
-  std::string last_line = "{\"event\":\"build-end\",\"success\":true}\n";
-  ASSERT_GE(outcome.out.size(), last_line.size());
-  EXPECT_EQ(outcome.out.substr(outcome.out.size() - last_line.size()), last_line);
+  EXPECT_NE(outcome.out.find("{\"event\":\"message\",\"tag\":\"stInfo\",\"text\":\"again\","),
+            std::string::npos)
+      << outcome.out;
+  std::string last_line = outcome.out.substr(outcome.out.rfind('{'));
+  EXPECT_EQ(last_line.rfind("{\"event\":\"build-end\",\"success\":true,", 0), 0u) << last_line;
 }
 
 TEST_F(CliTest, RunStopsWithOneWhenValidationFails) {
@@ -362,7 +363,7 @@ TEST_F(CliTest, RunStopsWithOneWhenValidationFails) {
   Outcome outcome = WithTestPackage("run " + project + " --log json");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.out.find("\"event\":\"action-start\""), std::string::npos) << outcome.out;
-  EXPECT_NE(outcome.out.find("{\"event\":\"build-end\",\"success\":false}"), std::string::npos)
+  EXPECT_NE(outcome.out.find("{\"event\":\"build-end\",\"success\":false,"), std::string::npos)
       << outcome.out;
 }
 
@@ -453,7 +454,8 @@ TEST_F(CliTest, CtrlCLeavesNoProgramOfTheBuildRunning) {
       EXPECT_NE(log.find("Terminated by user"), std::string::npos);
     }
     if (c.status != 137) {
-      EXPECT_EQ(log.substr(log.rfind('{')), "{\"event\":\"build-end\",\"success\":false}\n");
+      EXPECT_EQ(log.substr(log.rfind('{')).rfind("{\"event\":\"build-end\",\"success\":false,", 0),
+                0u);
     }
     std::istringstream pids(testing::ReadBytes(temp_.Join("pids.txt")));
     int count = 0;
@@ -616,7 +618,7 @@ TEST_F(CliTest, RunIteratesFilesAndFoldersWithTheRealPackage) {
   EXPECT_EQ(testing::ReadBytes(temp_.Join("out/late.txt")), "late");
   for (const char* text : {"1 new file(s) found in the fileset.", "one.md 1/2: first",
                            "two.md 2/2: second", "folder src/sub"}) {
-    EXPECT_NE(outcome.out.find("\"tag\":\"stInfo\",\"text\":\"" + std::string(text) + "\"}"),
+    EXPECT_NE(outcome.out.find("\"tag\":\"stInfo\",\"text\":\"" + std::string(text) + "\","),
               std::string::npos)
         << text << "\n"
         << outcome.out;
@@ -749,6 +751,105 @@ TEST_F(CliTest, RegistrySeedsTheStoreThatActionsRead) {
   EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
   EXPECT_NE(outcome.out.find("\"text\":\"Read Value : 42\""), std::string::npos) << outcome.out;
   EXPECT_EQ(Brivant("registry query 'HKLM\\Software\\Acme'", env).status, 1);
+}
+
+using nlohmann::json;
+
+// Where `value` breaks `schema`, or "" when it fits. Knows the keywords
+// docs/log-format.schema.json uses and refuses any other, so that a
+// keyword it would skip cannot let an event pass.
+std::string SchemaProblem(const json& schema, const json& value) {
+  const std::string known =
+      " $schema title description type const enum required oneOf minimum "
+      "maximum pattern properties additionalProperties ";
+  for (const auto& [keyword, unused] : schema.items()) {
+    if (known.find(" " + keyword + " ") == std::string::npos) return "unsupported " + keyword;
+  }
+  if (schema.contains("oneOf")) {
+    int fits = 0;
+    std::string problems;  // of the options that the event name did not rule out
+    for (const json& option : schema["oneOf"]) {
+      std::string problem = SchemaProblem(option, value);
+      fits += problem.empty();
+      if (problem.rfind("event:", 0) != 0) problems += " " + problem;
+    }
+    if (fits != 1) return "fits " + std::to_string(fits) + " of oneOf:" + problems;
+  }
+  const std::string type = schema.value("type", "");
+  if ((type == "object" && !value.is_object()) || (type == "string" && !value.is_string()) ||
+      (type == "integer" && !value.is_number_integer()) ||
+      (type == "boolean" && !value.is_boolean()))
+    return value.dump() + " is no " + type;
+  if (schema.contains("const") && value != schema["const"]) return value.dump() + " is not const";
+  if (schema.contains("enum") &&
+      std::find(schema["enum"].begin(), schema["enum"].end(), value) == schema["enum"].end())
+    return value.dump() + " is not in enum";
+  if ((schema.contains("minimum") && value < schema["minimum"]) ||
+      (schema.contains("maximum") && value > schema["maximum"]))
+    return value.dump() + " is out of range";
+  if (schema.contains("pattern") &&
+      !std::regex_search(value.get<std::string>(),
+                         std::regex(schema["pattern"].get<std::string>())))
+    return value.dump() + " does not match";
+  const json properties = schema.value("properties", json::object());
+  for (const auto& [key, item] : value.items()) {
+    if (!properties.contains(key)) {
+      if (schema.value("additionalProperties", true) == false) return "unexpected " + key;
+      continue;
+    }
+    if (std::string problem = SchemaProblem(properties[key], item); !problem.empty())
+      return key + ": " + problem;
+  }
+  for (const json& key : schema.value("required", json::array())) {
+    if (!value.contains(key.get<std::string>())) return "lacks " + key.get<std::string>();
+  }
+  return {};
+}
+
+// Every event of real runs, one of each kind among them, fits the schema
+// that docs/log-format.md publishes.
+TEST_F(CliTest, JsonEventsOfRealRunsFitTheDocumentedSchema) {
+  std::ifstream schema_file(BRIVANT_SOURCE_DIR "/docs/log-format.schema.json");
+  const json schema = json::parse(schema_file);
+  std::filesystem::copy(BRIVANT_SOURCE_DIR "/tests/data/log-golden", temp_.path(),
+                        std::filesystem::copy_options::recursive);
+  std::string log = WithRealPackages("run project.bvproj --log json").out;
+  for (const char* project : {"<Project><Actions><Action Class=\"TTestEchoAction\"><Property "
+                              "Name=\"Text\"/></Action></Actions></Project>",
+                              "<Project>\n<Nonsense/></Project>"})
+    log += WithTestPackage("run " + WriteProject(project) + " --log json").out;
+  std::set<std::string> kinds;
+  std::istringstream lines(log);
+  for (std::string line; std::getline(lines, line);) {
+    SCOPED_TRACE(line);
+    json event = json::parse(line);
+    EXPECT_EQ(SchemaProblem(schema, event), "");
+    kinds.insert(event["event"].get<std::string>() +
+                 (event.contains("line") && event["event"] == "message" ? " with line" : ""));
+  }
+  EXPECT_EQ(kinds, (std::set<std::string>{"action-end", "action-start", "build-end", "group-end",
+                                          "group-start", "message", "message with line", "progress",
+                                          "validation-error"}));
+  EXPECT_EQ(SchemaProblem(schema, json::parse(R"({"event":"build-end","success":true,"depth":0,)"
+                                              R"("time":"2026-11-23 23:11:16"})")),
+            "fits 0 of oneOf: time: \"2026-11-23 23:11:16\" does not match");
+}
+
+// Logs of tests/data/log-golden, byte for byte but for what depends on
+// timing: times, and the slowest list of the summary.
+TEST_F(CliTest, LogsMatchTheGoldenFiles) {
+  std::filesystem::copy(BRIVANT_SOURCE_DIR "/tests/data/log-golden", temp_.path(),
+                        std::filesystem::copy_options::recursive);
+  for (const auto& [options, golden] :
+       {std::pair{"--log github", "github.log"}, {"-q", "quiet.log"}, {"-v", "verbose.log"}}) {
+    SCOPED_TRACE(golden);
+    Outcome outcome = WithRealPackages(std::string("run project.bvproj ") + options);
+    EXPECT_EQ(outcome.status, 1) << outcome.err;
+    std::string log = std::regex_replace(outcome.out, std::regex("\n +[0-9.]+ s  [^\n]*"), "");
+    log = std::regex_replace(log, std::regex("time: [0-9.]+ s"), "time: T s");
+    EXPECT_EQ(log, testing::ReadBytes(std::string(BRIVANT_SOURCE_DIR "/tests/data/log-golden/") +
+                                      golden));
+  }
 }
 
 }  // namespace

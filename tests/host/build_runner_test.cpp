@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "host/json_log_sink.h"
+#include "host/text_log_sink.h"
 #include "package/base_iterator.h"
 #include "package/exceptions.h"
 #include "platform/signals.h"
@@ -25,7 +26,8 @@ class RecordingSink : public LogSink {
  public:
   std::vector<std::string> events;
 
-  void ActionStart(std::string_view, std::string_view title, std::string_view) override {
+  void ActionStart(std::string_view, std::string_view title, std::string_view,
+                   const ActionPlace&) override {
     events.push_back("start " + std::string(title));
   }
   void ActionEnd(std::string_view, std::string_view title, bool success,
@@ -47,8 +49,8 @@ class RecordingSink : public LogSink {
   void Progress(std::string_view text, int percent) override {
     events.push_back("progress " + std::to_string(percent) + ": " + std::string(text));
   }
-  void ValidationError(std::string_view title, std::string_view property,
-                       std::string_view message) override {
+  void ValidationError(std::string_view title, std::string_view property, std::string_view message,
+                       const ActionPlace&) override {
     events.push_back("invalid " + std::string(title) + "/" + std::string(property) + ": " +
                      std::string(message));
   }
@@ -500,30 +502,61 @@ TEST(StopSignalWatcherDeathTest, SecondSigintEndsTheProcessWithStatus130) {
       ::testing::ExitedWithCode(130), "");
 }
 
+ActionNode At(int line, ActionNode node) {
+  node.line = line;
+  return node;
+}
+
+std::chrono::system_clock::time_point Epoch() { return {}; }
+
 TEST_F(BuildRunnerTest, JsonLogOfAFailedBuildNestsChildrenInsideTheirLoop) {
-  project_.actions = List(
-      Node("Loop", Loop({"a\"b"}),
-           List(Node("Echo", Log("%ITEM%")), Node("Fail", std::make_unique<FailingAction>()))));
+  project_.path = "p.bvproj";
+  project_.actions =
+      List(At(3, Node("Loop", Loop({"a\"b"}),
+                      List(At(4, Node("Echo", Log("%ITEM%"))),
+                           At(5, Node("Fail", std::make_unique<FailingAction>()))))));
   std::ostringstream out;
-  JsonLogSink sink(out);
+  JsonLogSink sink(out, Epoch);
   BuildRunner runner(project_, sink);
   EXPECT_FALSE(runner.Run());
-  EXPECT_EQ(out.str(),
-            "{\"event\":\"action-start\",\"class\":\"TListLoop\",\"title\":\"Loop\","
-            "\"description\":\"List Loop\"}\n"
-            "{\"event\":\"action-start\",\"class\":\"TLogAction\",\"title\":\"Echo\","
-            "\"description\":\"Log %ITEM%\"}\n"
-            "{\"event\":\"message\",\"tag\":\"stInfo\",\"text\":\"a\\\"b\"}\n"
-            "{\"event\":\"action-end\",\"class\":\"TLogAction\",\"title\":\"Echo\","
-            "\"success\":true}\n"
-            "{\"event\":\"action-start\",\"class\":\"TFailingAction\",\"title\":\"Fail\","
-            "\"description\":\"Fail\"}\n"
-            "{\"event\":\"message\",\"tag\":\"stError\",\"text\":\"it broke\"}\n"
-            "{\"event\":\"action-end\",\"class\":\"TFailingAction\",\"title\":\"Fail\","
-            "\"success\":false}\n"
-            "{\"event\":\"action-end\",\"class\":\"TListLoop\",\"title\":\"Loop\","
-            "\"success\":false}\n"
-            "{\"event\":\"build-end\",\"success\":false}\n");
+  std::string log = out.str();
+  for (size_t at = 0; (at = log.find(R"(,"time":"1970-01-01T00:00:00.000Z")", at)) != log.npos;)
+    log.erase(at, 34);
+  EXPECT_EQ(
+      log,
+      R"({"event":"action-start","class":"TListLoop","title":"Loop","description":"List Loop","file":"p.bvproj","line":3,"depth":0}
+{"event":"action-start","class":"TLogAction","title":"Echo","description":"Log %ITEM%","file":"p.bvproj","line":4,"depth":1}
+{"event":"message","tag":"stInfo","text":"a\"b","depth":2}
+{"event":"action-end","class":"TLogAction","title":"Echo","success":true,"file":"p.bvproj","line":4,"failure_ignored":false,"depth":1}
+{"event":"action-start","class":"TFailingAction","title":"Fail","description":"Fail","file":"p.bvproj","line":5,"depth":1}
+{"event":"message","tag":"stError","text":"it broke","depth":2}
+{"event":"action-end","class":"TFailingAction","title":"Fail","success":false,"file":"p.bvproj","line":5,"failure_ignored":false,"depth":1}
+{"event":"action-end","class":"TListLoop","title":"Loop","success":false,"file":"p.bvproj","line":3,"failure_ignored":false,"depth":0}
+{"event":"build-end","success":false,"depth":0}
+)");
+}
+
+// A second per reading, so that the redraws are never too close together.
+int g_seconds = 0;
+std::chrono::steady_clock::time_point Ticking() {
+  return std::chrono::steady_clock::time_point(std::chrono::seconds(++g_seconds));
+}
+
+TEST_F(BuildRunnerTest, LoopPassesShowAsProgressOnALiveTerminalOnly) {
+  project_.actions = List(Node("Outer", Loop({"a", "b"}),
+                               List(Node("Inner", Loop({"c"}), List(Node("Echo", Log("x")))))));
+  for (bool live : {false, true}) {
+    std::ostringstream out;
+    TerminalStyle style;
+    style.live_progress = live;
+    TextLogSink sink(out, style, TextLogSink::Dialect::kPlain, Ticking);
+    BuildRunner runner(project_, sink);
+    EXPECT_TRUE(runner.Run());
+    EXPECT_EQ(out.str().find("\rOuter: 2 of 2  >  Inner: 1 of 1\x1b[K\r\x1b[K    == Echo\n") !=
+                  std::string::npos,
+              live)
+        << out.str();
+  }
 }
 
 TEST_F(BuildRunnerTest, FileSetsOfTheProjectAreFoundByNameInAnyCase) {

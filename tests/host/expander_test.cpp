@@ -94,7 +94,8 @@ class RunnerExpansionTest : public ::testing::Test {
   class Lines : public LogSink {
    public:
     std::vector<std::string> messages;
-    void ActionStart(std::string_view, std::string_view, std::string_view) override {}
+    void ActionStart(std::string_view, std::string_view, std::string_view,
+                     const ActionPlace&) override {}
     void ActionEnd(std::string_view, std::string_view, bool, bool) override {}
     void Message(TStatusTag tag, std::string_view text) override {
       messages.push_back(std::string(StatusTagName(tag)) + ": " + std::string(text));
@@ -102,7 +103,8 @@ class RunnerExpansionTest : public ::testing::Test {
     void GroupStart(std::string_view) override {}
     void GroupEnd(TStatusTag) override {}
     void Progress(std::string_view, int) override {}
-    void ValidationError(std::string_view, std::string_view, std::string_view) override {}
+    void ValidationError(std::string_view, std::string_view, std::string_view,
+                         const ActionPlace&) override {}
     void BuildEnd(bool) override {}
     void Flush() override {}
   };

@@ -13,8 +13,8 @@ namespace {
 
 // One of every event, as a small build would send them.
 void SendEveryEvent(LogSink& sink) {
-  sink.ValidationError("Copy", "File Spec", "The file spec has not been set");
-  sink.ActionStart("TDeleteFilesAction", "Clean up", "Delete *.tmp");
+  sink.ValidationError("Copy", "File Spec", "The file spec has not been set", {"p.bvproj", 3});
+  sink.ActionStart("TDeleteFilesAction", "Clean up", "Delete *.tmp", {"p.bvproj", 7});
   sink.Message(stInfo, "Deleting files matching filespec: /tmp/x/*.tmp");
   sink.GroupStart("Files Deleted");
   sink.Message(stInfo, "a.tmp\nb.tmp");
@@ -27,6 +27,18 @@ void SendEveryEvent(LogSink& sink) {
   sink.BuildEnd(false);
 }
 
+// 2026-11-23 23:11:16.123 UTC, at every reading.
+std::chrono::system_clock::time_point FixedWallClock() {
+  return std::chrono::system_clock::time_point(std::chrono::milliseconds(1795475476123));
+}
+
+// Each reading one second after the last, from one second on: every action
+// takes a whole number of seconds.
+int g_steady_seconds = 0;
+std::chrono::steady_clock::time_point TickingClock() {
+  return std::chrono::steady_clock::time_point(std::chrono::seconds(++g_steady_seconds));
+}
+
 std::string JsonString(std::string_view text) {
   std::string out;
   AppendJsonString(text, &out);
@@ -35,22 +47,24 @@ std::string JsonString(std::string_view text) {
 
 TEST(JsonLogSink, WritesEachEventAsOneObjectWithKeysInOrder) {
   std::ostringstream out;
-  JsonLogSink sink(out);
+  JsonLogSink sink(out, FixedWallClock);
   SendEveryEvent(sink);
+  sink.ProjectError("q.bvproj", 3, "q.bvproj:3: unknown class");
   EXPECT_EQ(
       out.str(),
-      R"({"event":"validation-error","title":"Copy","property":"File Spec","message":"The file spec has not been set"}
-{"event":"action-start","class":"TDeleteFilesAction","title":"Clean up","description":"Delete *.tmp"}
-{"event":"message","tag":"stInfo","text":"Deleting files matching filespec: /tmp/x/*.tmp"}
-{"event":"group-start","title":"Files Deleted"}
-{"event":"message","tag":"stInfo","text":"a.tmp\nb.tmp"}
-{"event":"group-end","tag":"stInfo"}
-{"event":"progress","text":"Deleting","percent":40}
-{"event":"message","tag":"stWarning","text":"c.tmp is read-only"}
-{"event":"message","tag":"stError","text":"Unable to delete d.tmp"}
-{"event":"message","tag":"stSuccess","text":"2 files deleted"}
-{"event":"action-end","class":"TDeleteFilesAction","title":"Clean up","success":false}
-{"event":"build-end","success":false}
+      R"({"event":"validation-error","title":"Copy","property":"File Spec","message":"The file spec has not been set","file":"p.bvproj","line":3,"depth":0,"time":"2026-11-23T23:11:16.123Z"}
+{"event":"action-start","class":"TDeleteFilesAction","title":"Clean up","description":"Delete *.tmp","file":"p.bvproj","line":7,"depth":0,"time":"2026-11-23T23:11:16.123Z"}
+{"event":"message","tag":"stInfo","text":"Deleting files matching filespec: /tmp/x/*.tmp","depth":1,"time":"2026-11-23T23:11:16.123Z"}
+{"event":"group-start","title":"Files Deleted","depth":1,"time":"2026-11-23T23:11:16.123Z"}
+{"event":"message","tag":"stInfo","text":"a.tmp\nb.tmp","depth":1,"time":"2026-11-23T23:11:16.123Z"}
+{"event":"group-end","tag":"stInfo","depth":1,"time":"2026-11-23T23:11:16.123Z"}
+{"event":"progress","text":"Deleting","percent":40,"depth":1,"time":"2026-11-23T23:11:16.123Z"}
+{"event":"message","tag":"stWarning","text":"c.tmp is read-only","depth":1,"time":"2026-11-23T23:11:16.123Z"}
+{"event":"message","tag":"stError","text":"Unable to delete d.tmp","depth":1,"time":"2026-11-23T23:11:16.123Z"}
+{"event":"message","tag":"stSuccess","text":"2 files deleted","depth":1,"time":"2026-11-23T23:11:16.123Z"}
+{"event":"action-end","class":"TDeleteFilesAction","title":"Clean up","success":false,"file":"p.bvproj","line":7,"failure_ignored":false,"depth":0,"time":"2026-11-23T23:11:16.123Z"}
+{"event":"build-end","success":false,"depth":0,"time":"2026-11-23T23:11:16.123Z"}
+{"event":"message","tag":"stError","text":"q.bvproj:3: unknown class","file":"q.bvproj","line":3,"depth":0,"time":"2026-11-23T23:11:16.123Z"}
 )");
 }
 
@@ -85,25 +99,25 @@ TEST(JsonLogSink, EscapesStringsSoEveryLineParses) {
 
 TEST(JsonLogSink, ClampsProgressToAPercentage) {
   std::ostringstream out;
-  JsonLogSink sink(out);
+  JsonLogSink sink(out, FixedWallClock);
   sink.Progress("low", -5);
   sink.Progress("high", 250);
-  EXPECT_EQ(out.str(),
-            "{\"event\":\"progress\",\"text\":\"low\",\"percent\":0}\n"
-            "{\"event\":\"progress\",\"text\":\"high\",\"percent\":100}\n");
+  const std::string stamp = R"(,"depth":0,"time":"2026-11-23T23:11:16.123Z"})";
+  EXPECT_EQ(out.str(), R"({"event":"progress","text":"low","percent":0)" + stamp + "\n" +
+                           R"({"event":"progress","text":"high","percent":100)" + stamp + "\n");
 }
-
 std::string TextLog(const TerminalStyle& style, TextLogSink::Dialect dialect,
                     void (*send)(LogSink&)) {
   std::ostringstream out;
-  TextLogSink sink(out, style, dialect);
+  g_steady_seconds = 0;
+  TextLogSink sink(out, style, dialect, TickingClock);
   send(sink);
   return out.str();
 }
 
 TEST(TextLogSink, IndentsAndMarksLinesWithoutColour) {
   EXPECT_EQ(TextLog({}, TextLogSink::Dialect::kPlain, SendEveryEvent),
-            "error: Copy: File Spec: The file spec has not been set\n"
+            "p.bvproj:3: error: Copy: File Spec: The file spec has not been set\n"
             "== Clean up\n"
             "  Deleting files matching filespec: /tmp/x/*.tmp\n"
             "  Files Deleted\n"
@@ -112,14 +126,17 @@ TEST(TextLogSink, IndentsAndMarksLinesWithoutColour) {
             "  warning: c.tmp is read-only\n"
             "  error: Unable to delete d.tmp\n"
             "  2 files deleted\n"
-            "  error: Clean up failed\n"
+            "  p.bvproj:7: error: Clean up failed\n"
+            "summary: 1 action run, 1 failed, 0 failures ignored\n"
+            "slowest:\n"
+            "    1.000 s  Clean up (p.bvproj:7)\n"
             "error: build failed\n");
 }
 
 TEST(TextLogSink, NestsChildActionsAndAlignsContinuationLines) {
   auto send = [](LogSink& sink) {
-    sink.ActionStart("TLoop", "Loop", "");
-    sink.ActionStart("TRun", "Run", "");
+    sink.ActionStart("TLoop", "Loop", "", {});
+    sink.ActionStart("TRun", "Run", "", {});
     sink.Message(stError, "first line\r\nsecond line\n");
     sink.ActionEnd("TRun", "Run", false, true);
     sink.ActionEnd("TLoop", "Loop", true, false);
@@ -133,12 +150,16 @@ TEST(TextLogSink, NestsChildActionsAndAlignsContinuationLines) {
             "           second line\n"
             "    warning: Run failed (failure ignored)\n"
             "\n"
+            "summary: 2 actions run, 0 failed, 1 failure ignored\n"
+            "slowest:\n"
+            "    2.000 s  Loop\n"
+            "    1.000 s  Run\n"
             "build succeeded\n");
 }
 
 TEST(TextLogSink, ColoursStatusAndHeaders) {
   auto send = [](LogSink& sink) {
-    sink.ActionStart("T", "Title", "");
+    sink.ActionStart("T", "Title", "", {});
     sink.Message(stInfo, "plain");
     sink.Message(stSuccess, "done");
     sink.Message(stWarning, "careful\nreally");
@@ -158,7 +179,7 @@ TEST(TextLogSink, ColoursStatusAndHeaders) {
 
 TEST(TextLogSink, ShowsProgressOnlyAsALiveBarErasedBeforeTheNextLine) {
   auto send = [](LogSink& sink) {
-    sink.ActionStart("T", "Copy", "");
+    sink.ActionStart("T", "Copy", "", {});
     sink.Progress("Copying File : big.iso", 40);
     sink.Progress("Copying File : \xc3\xa9t\xc3\xa9 and a very long name", 100);
     sink.Message(stInfo, "copied");
@@ -176,37 +197,56 @@ TEST(TextLogSink, ShowsProgressOnlyAsALiveBarErasedBeforeTheNextLine) {
             "\r\x1b[K  copied\n");
 }
 
-TEST(TextLogSink, GithubDialectUsesWorkflowCommands) {
+// The whole GitHub log of a real run is pinned in tests/data/log-golden.
+TEST(TextLogSink, GithubAnnotationsEscapeTheirDataAndWarnWhereFailureIsIgnored) {
   auto send = [](LogSink& sink) {
-    sink.ActionStart("T", "Build", "");
-    sink.GroupStart("Files Copied");
-    sink.Message(stInfo, "a.txt");
-    sink.GroupStart("Inner");
-    sink.Message(stWarning, "50% done\r\nstill going");
-    sink.GroupEnd(stInfo);
-    sink.GroupEnd(stInfo);
-    sink.Message(stError, "failed: b.txt");
-    sink.ActionEnd("T", "Build", false, false);
-    sink.BuildEnd(false);
+    sink.ActionStart("T", "Tolerant", "", {"a:b,c.bvproj", 9, true});
+    sink.ActionStart("T", "Child", "", {"a:b,c.bvproj", 10});
+    sink.Message(stError, "50% done\r\nstill going");
+    sink.ActionEnd("T", "Child", false, false);
+    sink.ActionEnd("T", "Tolerant", false, true);
   };
-  TerminalStyle style;
-  style.color = true;  // workflow command lines carry no colour codes
-  EXPECT_EQ(TextLog(style, TextLogSink::Dialect::kGithub, send),
-            "== \x1b[1mBuild\x1b[0m\n"
-            "::group::Files Copied\n"
-            "    a.txt\n"
-            "    Inner\n"
-            "::warning::50%25 done%0D%0Astill going\n"
-            "::endgroup::\n"
-            "::error::failed: b.txt\n"
-            "::error::Build failed\n"
-            "::error::build failed\n");
+  EXPECT_EQ(TextLog({}, TextLogSink::Dialect::kGithub, send),
+            "::group::Tolerant\n"
+            "  == Child\n"
+            "::warning file=a%3Ab%2Cc.bvproj,line=10,title=Child::50%25 done%0D%0Astill going\n"
+            "::warning file=a%3Ab%2Cc.bvproj,line=10,title=Child::Child failed\n"
+            "::warning file=a%3Ab%2Cc.bvproj,line=9,title=Tolerant::Tolerant failed (failure "
+            "ignored)\n"
+            "::endgroup::\n");
+}
+
+// Quiet and verbose logs of real runs are pinned in tests/data/log-golden.
+TEST(TextLogSink, SummaryNamesWhatLoggedErrorsButSucceededAndTimesWithoutChildren) {
+  auto send = [](LogSink& sink) {
+    sink.ActionStart("T", "Copy", "", {"p.bvproj", 3});
+    sink.Message(stError, "cannot copy c");
+    sink.ActionEnd("T", "Copy", true, false);
+    sink.ActionStart("T", "Check", "", {"p.bvproj", 8});
+    sink.ActionStart("T", "Inner", "", {});
+    sink.ActionEnd("T", "Inner", true, false);
+    sink.ActionEnd("T", "Check", true, false);
+    sink.BuildEnd(true);
+  };
+  TerminalStyle quiet;
+  quiet.verbosity = Verbosity::kQuiet;
+  EXPECT_EQ(TextLog(quiet, TextLogSink::Dialect::kPlain, send),
+            "== Copy\n"
+            "  error: cannot copy c\n"
+            "summary: 3 actions run, 0 failed, 0 failures ignored\n"
+            "succeeded but logged errors:\n"
+            "  Copy (p.bvproj:3)\n"
+            "slowest:\n"
+            "    2.000 s  Check (p.bvproj:8)\n"
+            "    1.000 s  Copy (p.bvproj:3)\n"
+            "    1.000 s  Inner\n"
+            "build succeeded\n");
 }
 
 TEST(LogSink, MakeLogSinkPicksTheFormat) {
   std::ostringstream json;
   MakeLogSink(LogFormat::kJson, json, {})->BuildEnd(true);
-  EXPECT_EQ(json.str(), "{\"event\":\"build-end\",\"success\":true}\n");
+  EXPECT_EQ(json.str().rfind("{\"event\":\"build-end\",\"success\":true,\"depth\":0,", 0), 0u);
   std::ostringstream github;
   MakeLogSink(LogFormat::kGithub, github, {})->Message(stError, "x");
   EXPECT_EQ(github.str(), "::error::x\n");
