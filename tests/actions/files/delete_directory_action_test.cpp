@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "tests/actions/files/directory_action_fixture.h"
+#include "tests/support/unprivileged.h"
 
 namespace brivant::testing {
 namespace {
@@ -77,6 +78,18 @@ TEST_F(DeleteDirectoryActionTest, ReadOnlyFilesInTheTreeNeedDeleteReadOnly) {
   EXPECT_TRUE(Delete(Path("root")));
   EXPECT_EQ(host_.events,
             std::vector<std::string>{"stSuccess: Directory deleted: " + Path("root")});
+  EXPECT_FALSE(Exists("root"));
+}
+
+// An ordinary user cannot empty a read-only folder: DeleteReadOnly clears
+// the mode of the folder given too, not only of what is in it.
+TEST_F(DeleteDirectoryActionTest, DeleteReadOnlyClearsTheModeOfTheTopFolder) {
+  MakeFile("root/f.txt");
+  std::filesystem::permissions(Path("root"), std::filesystem::perms(0555));
+  Set(action_, "DeleteTree", true);
+  Set(action_, "DeleteReadOnly", true);
+  bool ran = RunUnprivileged(dir_.path(), [&] { EXPECT_TRUE(Delete(Path("root"))); });
+  if (!ran) GTEST_SKIP() << "cannot run as an ordinary user here";
   EXPECT_FALSE(Exists("root"));
 }
 
