@@ -128,6 +128,29 @@ TEST_F(FileCompareActionTest, BadSetupsFail) {
                                       "/proc/self/mem: Input/output error"}));
 }
 
+TEST_F(FileCompareActionTest, ALinkHasTheDateOfItsTarget) {
+  std::string a = MakeFile("a.bin", "abc");
+  SetTime(a, std::filesystem::last_write_time(a) - std::chrono::hours(48));
+  std::filesystem::create_symlink(a, Path("link"));
+  Set(action_, "CompareDate", true);
+  Set(action_, "CompareMD5", false);
+  EXPECT_TRUE(Compare(Path("link"), a));
+  EXPECT_EQ(host_.messages.back(),
+            (LoggedMessage{stSuccess, "No differences found - not running child actions"}));
+}
+
+TEST_F(FileCompareActionTest, ValidationWantsBothFileNames) {
+  const ValidationError missing{"File Name", "Missing file name.", 0};
+  for (const auto& [a, b] : {std::pair{"", ""}, std::pair{"a", ""}, std::pair{"", "b"}}) {
+    SCOPED_TRACE(std::string(a) + "|" + b);
+    Set(action_, "FileA", std::string(a));
+    Set(action_, "FileB", std::string(b));
+    EXPECT_EQ(host_.Validate(action_), std::vector<ValidationError>{missing});
+  }
+  Set(action_, "FileA", std::string("a"));
+  EXPECT_EQ(host_.Validate(action_), std::vector<ValidationError>{});
+}
+
 TEST_F(FileCompareActionTest, LongDescriptionsDropTheDirectories) {
   Set(action_, "FileA", std::string("/build/out/app.bin"));
   Set(action_, "FileB", std::string("/ref/app.bin"));

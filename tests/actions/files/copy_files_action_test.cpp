@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <functional>
+#include <map>
 #include <thread>
 #include <utility>
 
@@ -317,23 +318,17 @@ TEST_F(CopyFilesActionTest, CoupledSetters) {
 TEST_F(CopyFilesActionTest, ProgressIsSentOnlyWhenThePercentageChanges) {
   MakeFile("src/big.bin", std::string(3 << 20, 'b'));
   MakeFile("src/empty.bin", "");
+  MakeFile("src/one.bin", "1");
   ASSERT_TRUE(Copy("src/*.bin", "out", {{"Force", true}}));
-  const std::string big_text =
-      "Copying File : " + Path("src/big.bin") + " to : " + Path("out/big.bin");
-  const std::string empty_text =
-      "Copying File : " + Path("src/empty.bin") + " to : " + Path("out/empty.bin");
-
-  std::vector<int> big;
-  std::vector<int> empty;
-  for (const auto& [text, percent] : host_.progress) {
-    if (text == big_text)
-      big.push_back(percent);
-    else if (text == empty_text)
-      empty.push_back(percent);
-    else
-      ADD_FAILURE() << "unexpected progress text " << text;
-  }
-  EXPECT_EQ(empty, std::vector<int>{0});
+  std::map<std::string, std::vector<int>> reports;
+  for (const auto& [text, percent] : host_.progress) reports[text].push_back(percent);
+  auto reports_of = [&](const std::string& name) {
+    return reports["Copying File : " + Path("src/" + name) + " to : " + Path("out/" + name)];
+  };
+  EXPECT_EQ(reports.size(), 3u);
+  EXPECT_EQ(reports_of("empty.bin"), std::vector<int>{0});
+  EXPECT_EQ(reports_of("one.bin"), (std::vector<int>{0, 100}));
+  const std::vector<int> big = reports_of("big.bin");
   ASSERT_FALSE(big.empty());
   EXPECT_EQ(big.front(), 0);
   EXPECT_EQ(big.back(), 100);

@@ -268,6 +268,14 @@ TEST_F(FileSetIteratorTest, WithoutRefreshTheFirstListHolds) {
   EXPECT_EQ(host_.Texts(stInfo).front(), "a.txt\nb.txt\nc.txt\nd.txt");
 }
 
+TEST_F(FileSetIteratorTest, StopWhileTheSetIsReadEndsWithoutRunningTheLoop) {
+  StopOnMessageHost host(iterator_, "Refreshing fileset...");
+  host.AddProjectObject("FileSetObject", "Sources", file_set_.get());
+  iterator_.AttachHost(&host);
+  EXPECT_FALSE(iterator_.Execute());
+  EXPECT_EQ(host.events, std::vector<std::string>{"stInfo: Refreshing fileset..."});
+}
+
 TEST_F(FileSetIteratorTest, AFileSetThatCannotBeReadFailsTheLoop) {
   std::filesystem::rename(Path("src"), Path("gone"));
   std::string message = FailureOf();
