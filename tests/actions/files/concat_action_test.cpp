@@ -64,7 +64,7 @@ TEST_F(ConcatActionTest, SeparatorsLineBreaksAndAppending) {
 
 TEST_F(ConcatActionTest, FailureLeavesTheTargetAsItWas) {
   MakeFile("in/good.txt", "G");
-  MakeDir("in/folder");
+  MakeDirectory("in/folder");
   std::filesystem::create_symlink("loop.txt", Path("in/loop.txt"));
   MakeFile("target.txt", "previous");
   MakeFile("locked.txt", "locked");
@@ -121,17 +121,6 @@ TEST_F(ConcatActionTest, NothingToJoinFailsWithoutCreatingTheTarget) {
             std::vector<std::string>{"No files to concatenate into " + Path("all")});
   EXPECT_FALSE(Exists("all"));
 }
-
-TEST_F(ConcatActionTest, ValidationWantsSourcesAndTarget) {
-  TConcatAction action;
-  Set(action, "SourceFiles", std::vector<std::string>{" ", ""});
-  EXPECT_EQ(host_.Validate(action),
-            (std::vector<ValidationError>{{"Source Files", "No source files have been set", 0},
-                                          {"Target File", "The target file has not been set", 0}}));
-  Set(action, "TargetFile", std::string("%OUT%/notes.txt"));
-  EXPECT_EQ(action.GetFormattedDescription(), "Concatenate Files [ %OUT%/notes.txt ]");
-}
-
 
 }  // namespace
 }  // namespace brivant::testing

@@ -203,14 +203,5 @@ TEST_F(FileSetCopyMoveActionTest, FailuresNameTheirCause) {
   EXPECT_FALSE(Exists("out"));
 }
 
-TEST_F(FileSetCopyMoveActionTest, ValidationNamesWhatIsMissing) {
-  TBVFileSetCopyMoveAction action;
-  EXPECT_EQ(host_.Validate(action),
-            (std::vector<ValidationError>{
-                {"FileSet", "FileSet name has not been set", 0},
-                {"Target Directory", "The target directory has not been set", 0}}));
-}
-
-
 }  // namespace
 }  // namespace brivant::testing

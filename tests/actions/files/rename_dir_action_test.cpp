@@ -12,7 +12,7 @@ class RenameDirActionTest : public MiscFileActionTest {
   void BuildTree(const std::string& root) const {
     MakeFile(root + "a.txt", "A");
     MakeFile(root + "dir/inner.txt", "I");
-    MakeDir(root + "other");
+    MakeDirectory(root + "other");
     std::filesystem::create_symlink("a.txt", Path(root + "link"));
   }
   bool Rename(const std::string& old_name, const std::string& new_name) {
@@ -76,7 +76,7 @@ TEST_F(RenameDirActionTest, BareNameRenamesInPlaceAndPathMoves) {
 
 TEST_F(RenameDirActionTest, FailsClearlyAndChangesNothing) {
   MakeFile("b.txt", "B");
-  MakeDir("empty");
+  MakeDirectory("empty");
   struct Case {
     std::string old_name;
     std::string new_name;
@@ -112,19 +112,6 @@ TEST_F(RenameDirActionTest, SameNameIsAWarningOnly) {
             (std::vector<LoggedMessage>{
                 {stWarning, "Nothing to rename: " + Path("a.txt") + " already has that name"}}));
 }
-
-TEST_F(RenameDirActionTest, BothNamesAreRequired) {
-  TRenameDirAction action;
-  EXPECT_EQ(host_.Validate(action),
-            (std::vector<ValidationError>{
-                {"Old Name", "The file or directory to rename has not been set", 0},
-                {"New Name", "The new name has not been set", 0}}));
-  Set(action, "OldName", std::string("out/app"));
-  Set(action, "NewName", std::string("app-%VERSION%"));
-  EXPECT_EQ(action.GetFormattedDescription(),
-            "Rename File or Directory [ out/app -> app-%VERSION% ]");
-}
-
 
 }  // namespace
 }  // namespace brivant::testing

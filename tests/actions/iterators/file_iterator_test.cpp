@@ -178,19 +178,6 @@ TEST_F(FileIteratorTest, ListFailuresNameWhatFailed) {
   }
 }
 
-TEST_F(FileIteratorTest, ValidationNamesTheMissingProperty) {
-  EXPECT_EQ(host_.Validate(iterator_),
-            (std::vector<ValidationError>{{"File Spec", "File Spec has not been set", 0}}));
-  Set(iterator_, "UseFileSet", true);
-  EXPECT_EQ(host_.Validate(iterator_),
-            (std::vector<ValidationError>{{"FileSet", "FileSet name has not been set", 0}}));
-  Set(iterator_, "FileSetName", std::string("Sources"));
-  EXPECT_EQ(iterator_.GetFormattedDescription(), "Iterate FileSet [ Sources ]");
-  Set(iterator_, "UseFileSet", false);
-  Set(iterator_, "FileSpec", std::string("%SRC%/*.c"));
-  EXPECT_EQ(iterator_.GetFormattedDescription(), "File/Fileset Iterator [ %SRC%/*.c ]");
-}
-
 TEST_F(FileIteratorTest, StopDuringADeepSearchEndsItWithoutRunningTheLoop) {
   std::string deep = "d";
   for (int level = 0; level < 40; ++level) {

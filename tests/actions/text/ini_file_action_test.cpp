@@ -3,12 +3,12 @@
 #include <filesystem>
 
 #include "package/ini_file.h"
-#include "tests/actions/text/text_action_fixture.h"
+#include "tests/support/action_test.h"
 
 namespace brivant::testing {
 namespace {
 
-class IniFileActionTest : public TextActionTest {
+class IniFileActionTest : public ActionTest {
  protected:
   void SetUp() override {
     WriteBytes(Path("a.ini"), "[Main]\r\nName=v\r\nHex=0x10\r\nYes=yes\r\nTwo=2\r\nZero=0\r\n");

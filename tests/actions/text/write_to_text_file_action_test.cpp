@@ -1,14 +1,15 @@
 #include "actions/text/write_to_text_file_action.h"
 
 #include <filesystem>
+#include <fstream>
 
-#include "tests/actions/text/text_action_fixture.h"
+#include "tests/support/action_test.h"
 #include "tests/support/unprivileged.h"
 
 namespace brivant::testing {
 namespace {
 
-class WriteToTextFileActionTest : public TextActionTest {
+class WriteToTextFileActionTest : public ActionTest {
  protected:
   bool Write(const std::string& file, const std::string& content, TBVWriteToPos position,
              int64_t encoding = 0) {
@@ -122,12 +123,6 @@ TEST_F(WriteToTextFileActionTest, ContentIsTakenAsItStandsWithoutExpansion) {
   Set(action, "ExpandVariables", false);
   ASSERT_TRUE(host_.Run(action));
   EXPECT_EQ(ReadBytes(Path("f.txt")), "%UNDEFINED% 5%");
-}
-
-TEST_F(WriteToTextFileActionTest, ValidationWantsTheFileName) {
-  TBVWriteToTextFileAction action;
-  EXPECT_EQ(host_.Validate(action),
-            (std::vector<ValidationError>{{"File Name", "New filename has not been set", 0}}));
 }
 
 }  // namespace

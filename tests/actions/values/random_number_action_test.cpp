@@ -22,18 +22,7 @@ class RandomNumberActionTest : public ::testing::Test {
   TBVRandomNumberAction action_;
 };
 
-TEST_F(RandomNumberActionTest, DescriptionShowsTheBoundsAndTheVariable) {
-  Set("Variable", std::string("RND"));
-  EXPECT_EQ(action_.GetFormattedDescription(), "Generate Random Number [ 0 to 100 -> RND ]");
-  Set("RandInt", false);
-  Set("Range", int64_t{7});
-  EXPECT_EQ(action_.GetFormattedDescription(), "Generate Random Number [ 0.0 to 1.0 -> RND ]");
-}
-
-TEST_F(RandomNumberActionTest, MissingVariableFailsValidationAndExecution) {
-  EXPECT_EQ(host_.Validate(action_),
-            (std::vector<testing::ValidationError>{
-                {"Variable", "Variable has not been specified", 0}}));
+TEST_F(RandomNumberActionTest, MissingVariableFailsTheRun) {
   EXPECT_FALSE(host_.Run(action_));
   EXPECT_EQ(host_.Texts(stError), std::vector<std::string>{"Variable has not been set"});
 }
