@@ -74,20 +74,18 @@ TEST_F(ConcatActionTest, FailureLeavesTheTargetAsItWas) {
     std::string target;
     std::vector<std::string> errors;
   } cases[] = {
-      {{Path("in/good.txt"), Path("in/missing.txt")},
-       Path("target.txt"),
+      // clang-format off
+      {{Path("in/good.txt"), Path("in/missing.txt")}, Path("target.txt"),
        {"Source file not found: " + Path("in/missing.txt")}},
-      {{Path("in/folder")},
-       Path("target.txt"),
+      {{Path("in/folder")}, Path("target.txt"),
        {"Source is a directory, not a file: " + Path("in/folder")}},
       // A link to itself can be listed but never read, also by root.
-      {{Path("in/*.txt")},
-       Path("target.txt"),
+      {{Path("in/*.txt")}, Path("target.txt"),
        {"Error reading file: " + Path("in/loop.txt"),
         "Error reason: Too many levels of symbolic links"}},
-      {{Path("in/good.txt")},
-       Path("locked.txt"),
+      {{Path("in/good.txt")}, Path("locked.txt"),
        {"Error writing file: " + Path("locked.txt"), "Error reason: Permission denied"}},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.errors.front());

@@ -81,49 +81,24 @@ TEST_F(CopyFilesActionTest, ExistingTargetFollowsTheDecisionTable) {
     // Lines after "Copying files: ..."; <S> and <D> stand for the two paths.
     std::vector<LoggedMessage> lines;
   } cases[] = {
-      {"plain overwrite",
-       {},
-       false,
-       true,
-       "new",
+      // clang-format off
+      {"plain overwrite", {}, false, true, "new",
        {{stInfo, "Copied <S> to <D>"}, {stSuccess, "1 files copied"}}},
-      {"fail if exists",
-       {{"FailIfExists", true}},
-       false,
-       false,
-       "old",
+      {"fail if exists", {{"FailIfExists", true}}, false, false, "old",
        {{stError, "Failed to copy File : <S> -> <D>"}, {stError, "File Already Exists!"}}},
-      {"fail if exists before read-only",
-       {{"FailIfExists", true}, {"OverwriteReadOnly", true}},
-       true,
-       false,
-       "old",
+      {"fail if exists before read-only", {{"FailIfExists", true}, {"OverwriteReadOnly", true}},
+       true, false, "old",
        {{stError, "Failed to copy File : <S> -> <D>"}, {stError, "File Already Exists!"}}},
-      {"overwrite off skips without counting",
-       {{"Overwrite", false}},
-       false,
-       false,
-       "old",
+      {"overwrite off skips without counting", {{"Overwrite", false}}, false, false, "old",
        {{stInfo, "Skipping existing file <D>"}, {stError, "Failing because zero files copied"}}},
-      {"skipping is no error",
-       {{"Overwrite", false}, {"FailIfZeroFiles", false}},
-       true,
-       true,
-       "old",
-       {{stInfo, "Skipping existing file <D>"}, {stSuccess, "0 files copied"}}},
-      {"read-only target kept",
-       {},
-       true,
-       false,
-       "old",
+      {"skipping is no error", {{"Overwrite", false}, {"FailIfZeroFiles", false}}, true, true,
+       "old", {{stInfo, "Skipping existing file <D>"}, {stSuccess, "0 files copied"}}},
+      {"read-only target kept", {}, true, false, "old",
        {{stError, "Failed to copy File : <S> -> <D>"},
         {stError, "File Already Exists and is marked as Read Only"}}},
-      {"read-only target overwritten",
-       {{"OverwriteReadOnly", true}},
-       true,
-       true,
-       "new",
+      {"read-only target overwritten", {{"OverwriteReadOnly", true}}, true, true, "new",
        {{stInfo, "Copied <S> to <D>"}, {stSuccess, "1 files copied"}}},
+      // clang-format on
   };
   int number = 0;
   for (const Case& c : cases) {
@@ -176,34 +151,21 @@ TEST_F(CopyFilesActionTest, ZeroFilesRules) {
     bool succeeds;
     std::vector<std::string> events_after_start;  // "@" stands for the file specification
   } cases[] = {
-      {"missing file fails",
-       "src/missing.txt",
-       {},
-       false,
+      // clang-format off
+      {"missing file fails", "src/missing.txt", {}, false,
        {"group-start: Files Copied", "group-end: stInfo", "stError: File not found \"@\"",
         "stError: Failing because zero files copied"}},
-      {"missing file allowed",
-       "src/missing.txt",
-       {{"FailIfZeroFiles", false}},
-       true,
+      {"missing file allowed", "src/missing.txt", {{"FailIfZeroFiles", false}}, true,
        {"group-start: Files Copied", "group-end: stInfo", "stSuccess: 0 files copied"}},
-      {"no match while recursing names no file",
-       "src/*.none",
-       {{"Recurse", true}},
-       false,
+      {"no match while recursing names no file", "src/*.none", {{"Recurse", true}}, false,
        {"group-start: Files Copied", "group-end: stInfo",
         "stError: Failing because zero files copied"}},
-      {"a directory is no file",
-       "src/dir",
-       {},
-       false,
+      {"a directory is no file", "src/dir", {}, false,
        {"group-start: Files Copied", "group-end: stInfo",
         "stError: Failing because zero files copied"}},
-      {"missing directory, no group",
-       "nowhere/*.txt",
-       {{"LogFilesAffected", false}},
-       false,
+      {"missing directory, no group", "nowhere/*.txt", {{"LogFilesAffected", false}}, false,
        {"stError: File not found \"@\"", "stError: Failing because zero files copied"}},
+      // clang-format on
   };
   MakeDirectory("src/dir");
   MakeFile("src/sub/a.txt");
@@ -290,18 +252,19 @@ TEST_F(CopyFilesActionTest, CoupledSetters) {
     const char* name;
     std::vector<Step> steps;
   } cases[] = {
+      // clang-format off
       {"wildcard spec makes a directory", {{"FileSpec", std::string("a/*.txt"), true, false}}},
       {"question mark too", {{"FileSpec", std::string("a/?.txt"), true, false}}},
       {"plain spec leaves it", {{"FileSpec", std::string("a/b.txt"), false, false}}},
       {"same text again leaves it",
-       {{"FileSpec", std::string("a/*.txt"), true, false},
-        {"TargetIsDir", false, false, false},
+       {{"FileSpec", std::string("a/*.txt"), true, false}, {"TargetIsDir", false, false, false},
         {"FileSpec", std::string("a/*.txt"), false, false}}},
       {"recurse makes a directory", {{"Recurse", true, true, true}}},
       {"recurse off keeps the directory",
        {{"Recurse", true, true, true}, {"Recurse", false, true, false}}},
       {"no directory, no recursion",
        {{"Recurse", true, true, true}, {"TargetIsDir", false, false, false}}},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

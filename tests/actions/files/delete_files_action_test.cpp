@@ -87,15 +87,13 @@ TEST_F(DeleteFilesActionTest, ReadOnlyFileStopsTheRunWithoutDeleteReadOnly) {
     std::vector<std::string> left;
     int64_t deleted;
   } cases[] = {
+      // clang-format off
       {"a.tmp",
        {"Error deleting file : " + Path("a.tmp"), "Error Reason: Permission denied",
-        "Failing because 0 files deleted."},
-       {"a.tmp", "b.tmp"},
-       0},
-      {"b.tmp",
-       {"Error deleting file : " + Path("b.tmp"), "Error Reason: Permission denied"},
-       {"b.tmp"},
-       1},
+        "Failing because 0 files deleted."}, {"a.tmp", "b.tmp"}, 0},
+      {"b.tmp", {"Error deleting file : " + Path("b.tmp"), "Error Reason: Permission denied"},
+       {"b.tmp"}, 1},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.read_only);

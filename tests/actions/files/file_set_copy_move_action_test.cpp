@@ -103,21 +103,15 @@ TEST_F(FileSetCopyMoveActionTest, ExistingTargetsFollowTheOverwriteMode) {
     std::string content;
     LoggedMessage last;
   } cases[] = {
+      // clang-format off
       {"overwrite", omOverwrite, newer, true, "A", {stSuccess, "1 file copied to " + Path("out")}},
       {"skip", omSkip, older, true, "old", {stSuccess, "0 files copied to " + Path("out")}},
       {"fail", omFail, older, false, "old", {stError, "Error reason: Target file already exists"}},
-      {"newer source",
-       omOverwriteIfNewer,
-       older,
-       true,
-       "A",
+      {"newer source", omOverwriteIfNewer, older, true, "A",
        {stSuccess, "1 file copied to " + Path("out")}},
-      {"older source",
-       omOverwriteIfNewer,
-       newer,
-       true,
-       "old",
+      {"older source", omOverwriteIfNewer, newer, true, "old",
        {stSuccess, "0 files copied to " + Path("out")}},
+      // clang-format on
   };
   SetWriteTime("src/a.txt", older + 60);
   for (const Case& c : cases) {

@@ -45,21 +45,19 @@ TEST_F(MoveDirectoryActionTest, RefusalsLeaveTheSourceAlone) {
     std::string target;
     std::vector<std::string> errors;
   } cases[] = {
+      // clang-format off
       {Path("none"), Path("dst"), {"Source directory does not exist: " + Path("none")}},
       {Path("src"), Path("taken"), {"Target directory already exists: " + Path("taken")}},
-      {Path("src"),
-       Path("plain.txt"),
+      {Path("src"), Path("plain.txt"),
        {"Target exists and is not a directory: " + Path("plain.txt")}},
-      {Path("src"),
-       Path("src/sub/inner"),
+      {Path("src"), Path("src/sub/inner"),
        {"Cannot move a directory into itself: " + Path("src") + " -> " + Path("src/sub/inner")}},
-      {Path("src"),
-       Path("src/../src"),
+      {Path("src"), Path("src/../src"),
        {"Cannot move a directory into itself: " + Path("src") + " -> " + Path("src/../src")}},
-      {Path("src"),
-       Path("no/such/dst"),
+      {Path("src"), Path("no/such/dst"),
        {"Error moving directory: " + Path("src") + " -> " + Path("no/such/dst"),
         "Error reason: No such file or directory"}},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.target);

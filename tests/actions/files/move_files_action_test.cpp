@@ -63,15 +63,13 @@ TEST_F(MoveFilesActionTest, ExistingTargets) {
     const char* target_after;
     bool source_left;
   } cases[] = {
+      // clang-format off
       {"replaced", {}, false, true, "new", false},
-      {"kept when not overwriting",
-       {{"Overwrite", false}, {"FailIfZeroFiles", false}},
-       false,
-       true,
-       "old",
-       true},
+      {"kept when not overwriting", {{"Overwrite", false}, {"FailIfZeroFiles", false}}, false, true,
+       "old", true},
       {"read-only kept", {}, true, false, "old", true},
       {"read-only replaced", {{"OverwriteReadOnly", true}}, true, true, "new", false},
+      // clang-format on
   };
   int number = 0;
   for (const Case& c : cases) {

@@ -185,14 +185,14 @@ TEST_F(SetFileAttributesActionTest, RunsThatFailBeforeTouchingFiles) {
     bool any_setting;
     std::vector<LoggedMessage> messages;
   } cases[] = {
+      // clang-format off
       {"no setting", Path("f.txt"), false, {{stError, "No attributes were specified to change."}}},
-      {"undefined variable",
-       "%UNDEFINED_IN_ATTRIBUTE_TEST%/f.txt",
-       true,
+      {"undefined variable", "%UNDEFINED_IN_ATTRIBUTE_TEST%/f.txt", true,
        {{stError,
          "Error processing File Spec: Variable \"UNDEFINED_IN_ATTRIBUTE_TEST\" is not defined"}}},
       {"empty once expanded", "%EMPTY%", true, {{stError, "No file spec was specified."}}},
       {"only quotes", "\"\"", true, {{stError, "No file spec was specified."}}},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
