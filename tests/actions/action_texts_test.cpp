@@ -20,6 +20,7 @@
 #include "actions/files/file_set_copy_move_action.h"
 #include "actions/files/get_file_size_action.h"
 #include "actions/files/move_directory_action.h"
+#include "actions/files/move_files_action.h"
 #include "actions/files/rename_dir_action.h"
 #include "actions/files/set_file_attributes_action.h"
 #include "actions/files/touch_files_action.h"
@@ -107,6 +108,7 @@ struct DescriptionRow {
 // clang-format off
 const DescriptionRow kDescriptionRows[] = {
     {Make<TCopyFilesAction>, "FileSpec=%SRC%/*.dll|Target=/out", "Copy File(s) [ %SRC%/*.dll -> /out ]"},
+    {Make<TMoveFilesAction>, "FileSpec=a/*.txt|Target=b", "Move File(s) [ a/*.txt -> b ]"},
     {Make<TDeleteFilesAction>, "FileSpec=%OUT%/*.obj", "Delete File(s) [ %OUT%/*.obj ]"},
     {Make<TCreateDirectoryAction>, "FileOrDirectory=%OUT%/bin", "Create Directory [ %OUT%/bin ]"},
     {Make<TDeleteDirectoryAction>, "FileOrDirectory=%OUT%", "Delete Directory [ %OUT% ]"},

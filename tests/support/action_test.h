@@ -49,6 +49,13 @@ class ActionTest : public ::testing::Test {
     SetProperty(action, *info, value);
   }
 
+  // Where the host goes after Execute, for an action that has children.
+  static TBVNextAction NextAfterExecute(TCustomBVAction& action) {
+    TBVNextAction next = naRunChildren;
+    action.GetNextActionSource(nssAfterExecute, next);
+    return next;
+  }
+
   std::string Path(const std::string& name) const { return dir_.Join(name); }
 
   ScopedTempDir dir_;

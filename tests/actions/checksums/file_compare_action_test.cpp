@@ -15,12 +15,6 @@ class FileCompareActionTest : public ChecksumTest {
     host_.messages.clear();
     return host_.Run(action_);
   }
-  // What the host does next after Execute, given that the action has children.
-  TBVNextAction NextAfterExecute() {
-    TBVNextAction next = naRunChildren;
-    action_.GetNextActionSource(nssAfterExecute, next);
-    return next;
-  }
   static void SetTime(const std::string& path, std::filesystem::file_time_type time) {
     std::filesystem::last_write_time(path, time);
   }
@@ -58,7 +52,7 @@ TEST_F(FileCompareActionTest, VerdictFollowsInvertedAndFail) {
     Set(action_, "Fail", c.fail);
     EXPECT_EQ(Compare(a, c.different ? other : same), c.result);
     EXPECT_EQ(host_.messages.back(), (LoggedMessage{c.tag, c.line}));
-    EXPECT_EQ(NextAfterExecute(), c.next);
+    EXPECT_EQ(NextAfterExecute(action_), c.next);
   }
 }
 

@@ -11,12 +11,6 @@ class FileExistsActionTest : public MiscFileActionTest {
     MakeFile("present.txt", "x");
     MakeDirectory("folder");
   }
-  // What the host would do next after Execute, given that it has children.
-  static TBVNextAction NextAfterExecute(TFileExistsAction& action) {
-    TBVNextAction next = naRunChildren;
-    action.GetNextActionSource(nssAfterExecute, next);
-    return next;
-  }
 };
 
 TEST_F(FileExistsActionTest, DecidesWhetherTheChildrenRun) {

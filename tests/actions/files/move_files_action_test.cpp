@@ -96,20 +96,5 @@ TEST_F(MoveFilesActionTest, FailureNamesTheMoveAndTheSystemMessage) {
                 "Win32 Error : Not a directory"}));
 }
 
-TEST_F(MoveFilesActionTest, PublishesNoRecurse) {
-  TMoveFilesAction action;
-  EXPECT_EQ(action.GetPropertyTable().Find("Recurse"), nullptr);
-  // Published order is load order: FileSpec, which switches TargetIsDir on, comes first.
-  EXPECT_EQ(
-      action.GetPropertyTable().Names(),
-      (std::vector<std::string_view>{"FileSpec", "Target", "Force", "TargetIsDir", "FailIfExists",
-                                     "Overwrite", "OverwriteReadOnly", "ClearAttributes",
-                                     "FailIfZeroFiles", "FilesAffected", "LogFilesAffected"}));
-  EXPECT_EQ(action.GetActionName(), "Move File(s)");
-  Set(action, "FileSpec", std::string("a/*.txt"));
-  Set(action, "Target", std::string("b"));
-  EXPECT_EQ(action.GetFormattedDescription(), "Move File(s) [ a/*.txt -> b ]");
-}
-
 }  // namespace
 }  // namespace brivant::testing
