@@ -7,6 +7,7 @@
 
 #include "host/build_runner.h"
 #include "package/exceptions.h"
+#include "tests/support/message_sink.h"
 #include "tests/support/scoped_env.h"
 
 namespace brivant::host {
@@ -49,6 +50,9 @@ TEST(ExpandReferences, ReplacesReferencesAndKeepsEverythingElse) {
       {"%1%", "%1%", 0},
       {"$(", "$(", 0},
       {"$(A", "$(A", 0},
+      // A view that ends inside a reference, with the rest of it beyond its end.
+      {std::string_view("$(A)", 3), "$(A", 0},
+      {std::string_view("%A%", 2), "%A", 0},
       {"$(A B)", "$(A B)", 0},
       {"$A", "$A", 0},
       {"%", "%", 0},
@@ -91,28 +95,10 @@ class RunnerExpansionTest : public ::testing::Test {
     project_.variables = {{"BRIVANT_EXPANDER_BOTH", Variant("project wins"), 1}};
   }
 
-  class Lines : public LogSink {
-   public:
-    std::vector<std::string> messages;
-    void ActionStart(std::string_view, std::string_view, std::string_view,
-                     const ActionPlace&) override {}
-    void ActionEnd(std::string_view, std::string_view, bool, bool) override {}
-    void Message(TStatusTag tag, std::string_view text) override {
-      messages.push_back(std::string(StatusTagName(tag)) + ": " + std::string(text));
-    }
-    void GroupStart(std::string_view) override {}
-    void GroupEnd(TStatusTag) override {}
-    void Progress(std::string_view, int) override {}
-    void ValidationError(std::string_view, std::string_view, std::string_view,
-                         const ActionPlace&) override {}
-    void BuildEnd(bool) override {}
-    void Flush() override {}
-  };
-
   testing::ScopedEnv env_{"BRIVANT_EXPANDER_ENV", "from environment"};
   testing::ScopedEnv both_{"BRIVANT_EXPANDER_BOTH", "environment loses"};
   Project project_;
-  Lines sink_;
+  testing::MessageSink sink_;
 };
 
 TEST_F(RunnerExpansionTest, FallsBackToTheEnvironmentAfterProjectVariables) {

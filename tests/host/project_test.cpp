@@ -445,13 +445,14 @@ TEST_F(ProjectTest, StringListsComeFromItemsOrFromLines) {
     std::vector<std::string> files;
   };
   const std::vector<Case> cases = {
+      // clang-format off
       {"items keep their blanks",
        "<Property Name=\"Files\"><Item> a.txt</Item>\n  <Item></Item><Item>b c</Item></Property>",
        {" a.txt", "", "b c"}},
-      {"text is one item per line",
-       "<Property Name=\"Files\">a.txt\nb.txt</Property>",
+      {"text is one item per line", "<Property Name=\"Files\">a.txt\nb.txt</Property>",
        {"a.txt", "b.txt"}},
       {"an empty element is an empty list", "<Property Name=\"Files\"/>", {}},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);

@@ -124,24 +124,6 @@ TEST_F(ExecuteAbstractActionTest, RedirectStdErrMergesItIntoTheOutput) {
   }
 }
 
-TEST_F(ExecuteAbstractActionTest, InputFileIsFedToStandardInput) {
-  testing::WriteBytes(temp.Join("input file.txt"), "alpha\r\nbeta\n");
-  TShellScriptAction action("while read -r line; do echo \"got $line\"; done");
-  action.SetInputFile(temp.Join("input file.txt"));
-  EXPECT_TRUE(host.Run(action));
-  // The \r of the first input line comes back before the line break and is
-  // removed with it.
-  EXPECT_EQ(host.Texts(stInfo).back(), "got alpha\ngot beta");
-}
-
-TEST_F(ExecuteAbstractActionTest, StartingDirectoryIsTheWorkingDirectory) {
-  std::filesystem::create_directory(temp.Join("start dir"));
-  TShellScriptAction action("echo made > made.txt");
-  action.start_dir = temp.Join("start dir");
-  EXPECT_TRUE(host.Run(action));
-  EXPECT_EQ(testing::ReadBytes(temp.Join("start dir/made.txt")), "made\n");
-}
-
 TEST_F(ExecuteAbstractActionTest, NotWaitingReportsStillActiveAndLeavesNoZombie) {
   // The script cannot end before the go file exists, so getting 259 while it
   // runs shows the action did not wait.
@@ -159,19 +141,6 @@ TEST_F(ExecuteAbstractActionTest, NotWaitingReportsStillActiveAndLeavesNoZombie)
       << "the finished program was not reaped";
   EXPECT_EQ(host.Texts(stInfo), Lines{"Executing: /bin/sh -c echo hidden; while [ ! -e go ]; "
                                       "do sleep 0.02; done"});
-}
-
-TEST_F(ExecuteAbstractActionTest, TimeOutEndsTheProgramWith999) {
-  TShellScriptAction action("echo started; sleep 60");
-  action.SetEnableTimeout(true);
-  action.SetTimeoutLength(300);
-  auto begin = steady_clock::now();
-  EXPECT_FALSE(host.Run(action));
-  EXPECT_LT(steady_clock::now() - begin, seconds(10));
-  EXPECT_EQ(action.interpreted, std::vector<int>{999});
-  EXPECT_TRUE(action.GetTimedOut());
-  EXPECT_EQ(host.Texts(stError), Lines{"Program failed with exit code 999"});
-  EXPECT_EQ(host.Texts(stInfo).back(), "started");
 }
 
 TEST_F(ExecuteAbstractActionTest, TerminateActionEndsTheWholeProcessGroup) {

@@ -35,6 +35,7 @@ TEST_F(IniFileTest, ReadsAsTheProfileFunctionsDo) {
     const char* key;
     const char* expected;  // "default" when the key counts as missing
   } cases[] = {
+      // clang-format off
       {"names ignore case", "[Main]\r\nName=v\r\n", "mAIN", "NAME", "v"},
       {"blanks around names and value", "[ Main ]\r\n  k  =  a b  \r\n", "Main", "k", "a b"},
       {"double quotes stripped", "[s]\r\nk=\" a \"\r\n", "s", "k", " a "},
@@ -54,11 +55,8 @@ TEST_F(IniFileTest, ReadsAsTheProfileFunctionsDo) {
       {"no final line end", "[s]\r\nk=1", "s", "k", "1"},
       {"UTF-8 with mark", "\xEF\xBB\xBF[s]\r\nk=\xC3\xA9\r\n", "s", "k", "\xC3\xA9"},
       {"UTF-16 LE with mark", Utf16("[s]\r\nk=1\r\n"), "s", "k", "1"},
-      {"UTF-16 BE with mark",
-       std::string("\xFE\xFF\0[\0s\0]\0\n\0k\0=\0"
-                   "2",
-                   16),
-       "s", "k", "2"},
+      {"UTF-16 BE with mark", std::string("\xFE\xFF\0[\0s\0]\0\n\0k\0=\0" "2", 16), "s", "k", "2"},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "tests/platform/temp_dir.h"
+#include "tests/support/unprivileged.h"
 
 namespace brivant::platform {
 namespace {
@@ -24,16 +25,6 @@ class FileSystemTest : public TempDirTest {
                           const std::string& path) {
     TempDirTest::ExpectError(error, code, message, path);
     EXPECT_EQ(error.Describe(), path.empty() ? message : path + ": " + message);
-  }
-
-  // Root and other privileged users write into read-only directories.
-  bool PermissionsAreEnforced() const {
-    fs::create_directory(PathOf("probe"));
-    fs::permissions(PathOf("probe"), fs::perms::owner_read | fs::perms::owner_exec);
-    bool written = static_cast<bool>(std::ofstream(PathOf("probe/x")));
-    fs::permissions(PathOf("probe"), fs::perms::owner_all);
-    fs::remove_all(PathOf("probe"));
-    return !written;
   }
 };
 
@@ -192,12 +183,14 @@ TEST_F(FileSystemTest, ReadOnlyFilesAreRefusedEvenToRoot) {
 }
 
 TEST_F(FileSystemTest, AtomicWriteIntoAReadOnlyDirectoryFailsWithPermissionDenied) {
-  if (!PermissionsAreEnforced()) GTEST_SKIP() << "privileged user ignores directory permissions";
   fs::create_directory(PathOf("locked"));
   Put("locked/target", "old");
-  fs::permissions(PathOf("locked"), fs::perms::owner_read | fs::perms::owner_exec);
-  ExpectError(WriteFileAtomically(PathOf("locked/target"), "new"), EACCES, "Permission denied",
-              PathOf("locked/target"));
+  bool ran = testing::RunUnprivileged(root_, [&] {
+    fs::permissions(PathOf("locked"), fs::perms::owner_read | fs::perms::owner_exec);
+    ExpectError(WriteFileAtomically(PathOf("locked/target"), "new"), EACCES, "Permission denied",
+                PathOf("locked/target"));
+  });
+  if (!ran) GTEST_SKIP() << "cannot run as an ordinary user here";
   EXPECT_EQ(Get("locked/target"), "old");
 }
 

@@ -236,21 +236,16 @@ TEST_F(FindFilesTest, AttributeMaskLeavesOutWhatItDoesNotAdmit) {
     uint32_t mask;
     std::vector<std::string> names;
   } cases[] = {
+      // clang-format off
       {"plain files only", "*", 0, {"file", "linkfile", "readonly"}},
       {"read-only adds nothing", "*", kReadOnly, {"file", "linkfile", "readonly"}},
       {"hidden", "*", kHidden, {".hidden", "file", "linkfile", "readonly"}},
       {"system", "*", kSystem, {"file", "linkfile", "readonly", "system"}},
-      {"directories",
-       "*",
-       kDirectory,
+      {"directories", "*", kDirectory,
        {".", "..", "dir", "file", "linkdir", "linkfile", "readonly"}},
-      {"hidden directories need both",
-       "*",
-       kHidden | kDirectory,
+      {"hidden directories need both", "*", kHidden | kDirectory,
        {".", "..", ".hidden", ".hiddendir", "dir", "file", "linkdir", "linkfile", "readonly"}},
-      {"everything",
-       "*",
-       kFindAnyAttribute,
+      {"everything", "*", kFindAnyAttribute,
        {".", "..", ".hidden", ".hiddendir", "dir", "file", "linkdir", "linkfile", "readonly",
         "system"}},
       {"one file", "file", kFindAnyAttribute, {"file"}},
@@ -260,6 +255,7 @@ TEST_F(FindFilesTest, AttributeMaskLeavesOutWhatItDoesNotAdmit) {
       {"directory not admitted", "dir", 0, {}},
       {"hidden file not admitted", ".hidden", 0, {}},
       {"the directory itself", ".", kDirectory, {"."}},
+      // clang-format on
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.label);

@@ -15,12 +15,6 @@ class FileCompareActionTest : public ChecksumTest {
     host_.messages.clear();
     return host_.Run(action_);
   }
-  // What the host does next after Execute, given that the action has children.
-  TBVNextAction NextAfterExecute() {
-    TBVNextAction next = naRunChildren;
-    action_.GetNextActionSource(nssAfterExecute, next);
-    return next;
-  }
   static void SetTime(const std::string& path, std::filesystem::file_time_type time) {
     std::filesystem::last_write_time(path, time);
   }
@@ -58,7 +52,7 @@ TEST_F(FileCompareActionTest, VerdictFollowsInvertedAndFail) {
     Set(action_, "Fail", c.fail);
     EXPECT_EQ(Compare(a, c.different ? other : same), c.result);
     EXPECT_EQ(host_.messages.back(), (LoggedMessage{c.tag, c.line}));
-    EXPECT_EQ(NextAfterExecute(), c.next);
+    EXPECT_EQ(NextAfterExecute(action_), c.next);
   }
 }
 
@@ -128,11 +122,18 @@ TEST_F(FileCompareActionTest, BadSetupsFail) {
                                       "/proc/self/mem: Input/output error"}));
 }
 
+TEST_F(FileCompareActionTest, ALinkHasTheDateOfItsTarget) {
+  std::string a = MakeFile("a.bin", "abc");
+  SetTime(a, std::filesystem::last_write_time(a) - std::chrono::hours(48));
+  std::filesystem::create_symlink(a, Path("link"));
+  Set(action_, "CompareDate", true);
+  Set(action_, "CompareMD5", false);
+  EXPECT_TRUE(Compare(Path("link"), a));
+  EXPECT_EQ(host_.messages.back(),
+            (LoggedMessage{stSuccess, "No differences found - not running child actions"}));
+}
+
 TEST_F(FileCompareActionTest, LongDescriptionsDropTheDirectories) {
-  Set(action_, "FileA", std::string("/build/out/app.bin"));
-  Set(action_, "FileB", std::string("/ref/app.bin"));
-  EXPECT_EQ(action_.GetFormattedDescription(),
-            "File Compare [/build/out/app.bin and /ref/app.bin]");
   std::string dir_a = "/build/" + std::string(60, 'a') + "/";
   std::string dir_b = "/reference/" + std::string(40, 'b') + "/";
   Set(action_, "FileA", dir_a + "app.bin");

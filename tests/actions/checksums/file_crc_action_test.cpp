@@ -95,17 +95,5 @@ TEST_F(FileCRCActionTest, UnreadableFileIsAnErrorNotACrash) {
                                                            "Input/output error"});
 }
 
-TEST_F(FileCRCActionTest, DescriptionShowsTheComparisons) {
-  Set(action_, "FileName", std::string("%OUT%/app.bin"));
-  EXPECT_EQ(action_.GetFormattedDescription(), "Calculate File CRC32 [%OUT%/app.bin]");
-  Set(action_, "FailIfDiffToFile", true);
-  Set(action_, "CompareToFile", std::string("/ref/app.bin"));
-  Set(action_, "FailIfDiffToCRC", true);
-  Set(action_, "CompareToCRC", std::string("$0000ABCD"));
-  EXPECT_EQ(action_.GetFormattedDescription(),
-            "Calculate File CRC32 [app.bin and compare to file: app.bin and compare to CRC32: "
-            "$0000ABCD]");
-}
-
 }  // namespace
 }  // namespace brivant::testing

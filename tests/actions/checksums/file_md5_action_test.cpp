@@ -64,13 +64,5 @@ TEST_F(FileMD5ActionTest, FailuresAreLoggedNotThrown) {
                                                             "/proc/self/mem: Input/output error"}));
 }
 
-TEST_F(FileMD5ActionTest, DescriptionShowsTheComparisons) {
-  Set(action_, "FileName", std::string("out/app.bin"));
-  Set(action_, "FailIfDiffToMD5", true);
-  Set(action_, "CompareToMD5", std::string("%EXPECTED%"));
-  EXPECT_EQ(action_.GetFormattedDescription(),
-            "Calculate File MD5 [app.bin and compare to MD5: %EXPECTED%]");
-}
-
 }  // namespace
 }  // namespace brivant::testing

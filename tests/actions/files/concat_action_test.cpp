@@ -64,7 +64,7 @@ TEST_F(ConcatActionTest, SeparatorsLineBreaksAndAppending) {
 
 TEST_F(ConcatActionTest, FailureLeavesTheTargetAsItWas) {
   MakeFile("in/good.txt", "G");
-  MakeDir("in/folder");
+  MakeDirectory("in/folder");
   std::filesystem::create_symlink("loop.txt", Path("in/loop.txt"));
   MakeFile("target.txt", "previous");
   MakeFile("locked.txt", "locked");
@@ -74,20 +74,18 @@ TEST_F(ConcatActionTest, FailureLeavesTheTargetAsItWas) {
     std::string target;
     std::vector<std::string> errors;
   } cases[] = {
-      {{Path("in/good.txt"), Path("in/missing.txt")},
-       Path("target.txt"),
+      // clang-format off
+      {{Path("in/good.txt"), Path("in/missing.txt")}, Path("target.txt"),
        {"Source file not found: " + Path("in/missing.txt")}},
-      {{Path("in/folder")},
-       Path("target.txt"),
+      {{Path("in/folder")}, Path("target.txt"),
        {"Source is a directory, not a file: " + Path("in/folder")}},
       // A link to itself can be listed but never read, also by root.
-      {{Path("in/*.txt")},
-       Path("target.txt"),
+      {{Path("in/*.txt")}, Path("target.txt"),
        {"Error reading file: " + Path("in/loop.txt"),
         "Error reason: Too many levels of symbolic links"}},
-      {{Path("in/good.txt")},
-       Path("locked.txt"),
+      {{Path("in/good.txt")}, Path("locked.txt"),
        {"Error writing file: " + Path("locked.txt"), "Error reason: Permission denied"}},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.errors.front());
@@ -121,17 +119,6 @@ TEST_F(ConcatActionTest, NothingToJoinFailsWithoutCreatingTheTarget) {
             std::vector<std::string>{"No files to concatenate into " + Path("all")});
   EXPECT_FALSE(Exists("all"));
 }
-
-TEST_F(ConcatActionTest, ValidationWantsSourcesAndTarget) {
-  TConcatAction action;
-  Set(action, "SourceFiles", std::vector<std::string>{" ", ""});
-  EXPECT_EQ(host_.Validate(action),
-            (std::vector<ValidationError>{{"Source Files", "No source files have been set", 0},
-                                          {"Target File", "The target file has not been set", 0}}));
-  Set(action, "TargetFile", std::string("%OUT%/notes.txt"));
-  EXPECT_EQ(action.GetFormattedDescription(), "Concatenate Files [ %OUT%/notes.txt ]");
-}
-
 
 }  // namespace
 }  // namespace brivant::testing

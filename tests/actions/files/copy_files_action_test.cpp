@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <functional>
+#include <map>
 #include <thread>
 #include <utility>
 
@@ -80,49 +81,24 @@ TEST_F(CopyFilesActionTest, ExistingTargetFollowsTheDecisionTable) {
     // Lines after "Copying files: ..."; <S> and <D> stand for the two paths.
     std::vector<LoggedMessage> lines;
   } cases[] = {
-      {"plain overwrite",
-       {},
-       false,
-       true,
-       "new",
+      // clang-format off
+      {"plain overwrite", {}, false, true, "new",
        {{stInfo, "Copied <S> to <D>"}, {stSuccess, "1 files copied"}}},
-      {"fail if exists",
-       {{"FailIfExists", true}},
-       false,
-       false,
-       "old",
+      {"fail if exists", {{"FailIfExists", true}}, false, false, "old",
        {{stError, "Failed to copy File : <S> -> <D>"}, {stError, "File Already Exists!"}}},
-      {"fail if exists before read-only",
-       {{"FailIfExists", true}, {"OverwriteReadOnly", true}},
-       true,
-       false,
-       "old",
+      {"fail if exists before read-only", {{"FailIfExists", true}, {"OverwriteReadOnly", true}},
+       true, false, "old",
        {{stError, "Failed to copy File : <S> -> <D>"}, {stError, "File Already Exists!"}}},
-      {"overwrite off skips without counting",
-       {{"Overwrite", false}},
-       false,
-       false,
-       "old",
+      {"overwrite off skips without counting", {{"Overwrite", false}}, false, false, "old",
        {{stInfo, "Skipping existing file <D>"}, {stError, "Failing because zero files copied"}}},
-      {"skipping is no error",
-       {{"Overwrite", false}, {"FailIfZeroFiles", false}},
-       true,
-       true,
-       "old",
-       {{stInfo, "Skipping existing file <D>"}, {stSuccess, "0 files copied"}}},
-      {"read-only target kept",
-       {},
-       true,
-       false,
-       "old",
+      {"skipping is no error", {{"Overwrite", false}, {"FailIfZeroFiles", false}}, true, true,
+       "old", {{stInfo, "Skipping existing file <D>"}, {stSuccess, "0 files copied"}}},
+      {"read-only target kept", {}, true, false, "old",
        {{stError, "Failed to copy File : <S> -> <D>"},
         {stError, "File Already Exists and is marked as Read Only"}}},
-      {"read-only target overwritten",
-       {{"OverwriteReadOnly", true}},
-       true,
-       true,
-       "new",
+      {"read-only target overwritten", {{"OverwriteReadOnly", true}}, true, true, "new",
        {{stInfo, "Copied <S> to <D>"}, {stSuccess, "1 files copied"}}},
+      // clang-format on
   };
   int number = 0;
   for (const Case& c : cases) {
@@ -175,34 +151,21 @@ TEST_F(CopyFilesActionTest, ZeroFilesRules) {
     bool succeeds;
     std::vector<std::string> events_after_start;  // "@" stands for the file specification
   } cases[] = {
-      {"missing file fails",
-       "src/missing.txt",
-       {},
-       false,
+      // clang-format off
+      {"missing file fails", "src/missing.txt", {}, false,
        {"group-start: Files Copied", "group-end: stInfo", "stError: File not found \"@\"",
         "stError: Failing because zero files copied"}},
-      {"missing file allowed",
-       "src/missing.txt",
-       {{"FailIfZeroFiles", false}},
-       true,
+      {"missing file allowed", "src/missing.txt", {{"FailIfZeroFiles", false}}, true,
        {"group-start: Files Copied", "group-end: stInfo", "stSuccess: 0 files copied"}},
-      {"no match while recursing names no file",
-       "src/*.none",
-       {{"Recurse", true}},
-       false,
+      {"no match while recursing names no file", "src/*.none", {{"Recurse", true}}, false,
        {"group-start: Files Copied", "group-end: stInfo",
         "stError: Failing because zero files copied"}},
-      {"a directory is no file",
-       "src/dir",
-       {},
-       false,
+      {"a directory is no file", "src/dir", {}, false,
        {"group-start: Files Copied", "group-end: stInfo",
         "stError: Failing because zero files copied"}},
-      {"missing directory, no group",
-       "nowhere/*.txt",
-       {{"LogFilesAffected", false}},
-       false,
+      {"missing directory, no group", "nowhere/*.txt", {{"LogFilesAffected", false}}, false,
        {"stError: File not found \"@\"", "stError: Failing because zero files copied"}},
+      // clang-format on
   };
   MakeDirectory("src/dir");
   MakeFile("src/sub/a.txt");
@@ -289,18 +252,19 @@ TEST_F(CopyFilesActionTest, CoupledSetters) {
     const char* name;
     std::vector<Step> steps;
   } cases[] = {
+      // clang-format off
       {"wildcard spec makes a directory", {{"FileSpec", std::string("a/*.txt"), true, false}}},
       {"question mark too", {{"FileSpec", std::string("a/?.txt"), true, false}}},
       {"plain spec leaves it", {{"FileSpec", std::string("a/b.txt"), false, false}}},
       {"same text again leaves it",
-       {{"FileSpec", std::string("a/*.txt"), true, false},
-        {"TargetIsDir", false, false, false},
+       {{"FileSpec", std::string("a/*.txt"), true, false}, {"TargetIsDir", false, false, false},
         {"FileSpec", std::string("a/*.txt"), false, false}}},
       {"recurse makes a directory", {{"Recurse", true, true, true}}},
       {"recurse off keeps the directory",
        {{"Recurse", true, true, true}, {"Recurse", false, true, false}}},
       {"no directory, no recursion",
        {{"Recurse", true, true, true}, {"TargetIsDir", false, false, false}}},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -317,23 +281,17 @@ TEST_F(CopyFilesActionTest, CoupledSetters) {
 TEST_F(CopyFilesActionTest, ProgressIsSentOnlyWhenThePercentageChanges) {
   MakeFile("src/big.bin", std::string(3 << 20, 'b'));
   MakeFile("src/empty.bin", "");
+  MakeFile("src/one.bin", "1");
   ASSERT_TRUE(Copy("src/*.bin", "out", {{"Force", true}}));
-  const std::string big_text =
-      "Copying File : " + Path("src/big.bin") + " to : " + Path("out/big.bin");
-  const std::string empty_text =
-      "Copying File : " + Path("src/empty.bin") + " to : " + Path("out/empty.bin");
-
-  std::vector<int> big;
-  std::vector<int> empty;
-  for (const auto& [text, percent] : host_.progress) {
-    if (text == big_text)
-      big.push_back(percent);
-    else if (text == empty_text)
-      empty.push_back(percent);
-    else
-      ADD_FAILURE() << "unexpected progress text " << text;
-  }
-  EXPECT_EQ(empty, std::vector<int>{0});
+  std::map<std::string, std::vector<int>> reports;
+  for (const auto& [text, percent] : host_.progress) reports[text].push_back(percent);
+  auto reports_of = [&](const std::string& name) {
+    return reports["Copying File : " + Path("src/" + name) + " to : " + Path("out/" + name)];
+  };
+  EXPECT_EQ(reports.size(), 3u);
+  EXPECT_EQ(reports_of("empty.bin"), std::vector<int>{0});
+  EXPECT_EQ(reports_of("one.bin"), (std::vector<int>{0, 100}));
+  const std::vector<int> big = reports_of("big.bin");
   ASSERT_FALSE(big.empty());
   EXPECT_EQ(big.front(), 0);
   EXPECT_EQ(big.back(), 100);
@@ -417,16 +375,8 @@ TEST_F(CopyFilesActionTest, EmptyExpandedTargetIsRefused) {
             std::vector<std::string>{"target \"%NOWHERE%\" is empty once expanded"});
 }
 
-TEST_F(CopyFilesActionTest, ValidationDescriptionAndLoadOrder) {
+TEST_F(CopyFilesActionTest, PropertiesLoadInTheOrderTheCoupledSettersNeed) {
   TCopyFilesAction action;
-  EXPECT_EQ(
-      host_.Validate(action),
-      (std::vector<ValidationError>{{"File Spec", "The file spec has not been set", 0},
-                                    {"Target", "The target file/directory has not been set", 0}}));
-  Set(action, "FileSpec", std::string("%SRC%/*.dll"));
-  Set(action, "Target", std::string("/out"));
-  EXPECT_EQ(host_.Validate(action), std::vector<ValidationError>{});
-  EXPECT_EQ(action.GetFormattedDescription(), "Copy File(s) [ %SRC%/*.dll -> /out ]");
   // A project applies properties in this order, so FileSpec and Recurse, which switch
   // TargetIsDir on, must come where the coupled setters expect them.
   EXPECT_EQ(

@@ -16,7 +16,7 @@ class CreateDirectoryActionTest : public DirectoryActionTest {
 };
 
 TEST_F(CreateDirectoryActionTest, ExistingDirectoryIsASuccess) {
-  MakeDir("there");
+  MakeDirectory("there");
   for (bool force : {false, true}) {
     SCOPED_TRACE(force);
     host_.events.clear();
@@ -68,16 +68,6 @@ TEST_F(CreateDirectoryActionTest, NameIsExpandedAndOnlyTestedForBlanks) {
   // The name is used untrimmed: the trailing blank is part of it.
   EXPECT_TRUE(Create("%DIR%/out ", /*force=*/false));
   EXPECT_EQ(Tree(), std::vector<std::string>{"out /"});
-}
-
-TEST_F(CreateDirectoryActionTest, FlagsValidationAndDescription) {
-  TCreateDirectoryAction action;
-  EXPECT_EQ(action.GetFlags(), 17);
-  EXPECT_EQ(host_.Validate(action),
-            (std::vector<ValidationError>{
-                {"Directory", "The name of the directory to create has not been set", 0}}));
-  Set(action, "FileOrDirectory", std::string("%OUT%/bin"));
-  EXPECT_EQ(action.GetFormattedDescription(), "Create Directory [ %OUT%/bin ]");
 }
 
 }  // namespace

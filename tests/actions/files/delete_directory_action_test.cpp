@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "tests/actions/files/directory_action_fixture.h"
+#include "tests/support/unprivileged.h"
 
 namespace brivant::testing {
 namespace {
@@ -37,7 +38,7 @@ TEST_F(DeleteDirectoryActionTest, TreeIsLoggedDepthFirstInNameOrder) {
   MakeFile("keep.txt");
   MakeFile("root/b.txt");
   MakeFile("root/a/.hidden");
-  MakeDir("root/a/empty");
+  MakeDirectory("root/a/empty");
   Set(action_, "DeleteTree", true);
   Set(action_, "LogDeletedFiles", true);
   // A trailing separator does not double the ones in the log.
@@ -80,6 +81,18 @@ TEST_F(DeleteDirectoryActionTest, ReadOnlyFilesInTheTreeNeedDeleteReadOnly) {
   EXPECT_FALSE(Exists("root"));
 }
 
+// An ordinary user cannot empty a read-only folder: DeleteReadOnly clears
+// the mode of the folder given too, not only of what is in it.
+TEST_F(DeleteDirectoryActionTest, DeleteReadOnlyClearsTheModeOfTheTopFolder) {
+  MakeFile("root/f.txt");
+  std::filesystem::permissions(Path("root"), std::filesystem::perms(0555));
+  Set(action_, "DeleteTree", true);
+  Set(action_, "DeleteReadOnly", true);
+  bool ran = RunUnprivileged(dir_.path(), [&] { EXPECT_TRUE(Delete(Path("root"))); });
+  if (!ran) GTEST_SKIP() << "cannot run as an ordinary user here";
+  EXPECT_FALSE(Exists("root"));
+}
+
 TEST_F(DeleteDirectoryActionTest, NonEmptyDirectoryIsRetriedOnceThenGivenUp) {
   MakeFile("root/f.txt");
   auto start = std::chrono::steady_clock::now();
@@ -100,7 +113,7 @@ TEST_F(DeleteDirectoryActionTest, LinksAreRemovedAsLinksAndNeverFollowed) {
   MakeFile("outside/keep.txt");
   MakeReadOnly("outside/keep.txt");
   MakeFile("outside/sub/more.txt");
-  MakeDir("root");
+  MakeDirectory("root");
   std::filesystem::create_directory_symlink(Path("outside"), Path("root/dir_link"));
   std::filesystem::create_symlink(Path("outside/keep.txt"), Path("root/file_link"));
   std::filesystem::create_directory_symlink(Path("outside"), Path("given_link"));
@@ -138,7 +151,7 @@ TEST_F(DeleteDirectoryActionTest, WorkingDirectoryInsideTheTreeMovesToItsParent)
     SCOPED_TRACE(std::string(c.cwd) + " " + c.dir);
     MakeFile("root/sub/f.txt");
     MakeFile("sibling.txt");
-    MakeDir("other");
+    MakeDirectory("other");
     std::filesystem::current_path(Path(c.cwd));
     Set(action_, "DeleteTree", true);
     EXPECT_TRUE(Delete(Path(c.dir)));
@@ -159,43 +172,6 @@ TEST_F(DeleteDirectoryActionTest, RootDirectoryIsRefused) {
                       "\", the root directory or an entry right in it",
               }));
   }
-}
-
-TEST_F(DeleteDirectoryActionTest, PublishedPropertiesAndTexts) {
-  EXPECT_EQ(Rows(action_), (std::vector<std::string>{
-                               "FileOrDirectory string ",
-                               "Force Boolean False",
-                               "DeleteTree Boolean False",
-                               "DeleteReadOnly Boolean False",
-                               "DeleteHidden Boolean False",
-                               "LogDeletedFiles Boolean False",
-                               "EnableDelay Boolean False",
-                               "FailIfNoDirectory Boolean False",
-                           }));
-  TStrings alias;
-  action_.GetPropertyAlias(alias);
-  EXPECT_EQ(
-      alias,
-      (TStrings{"[Delete Directory]", "FileOrDirectory=Directory", "DeleteTree=Delete Tree",
-                "DeleteReadOnly=Delete read only directories",
-                "DeleteHidden=Delete hidden directories", "LogDeletedFiles=Log Deleted Files"}));
-  TStrings help;
-  action_.GetPropertyHelp(help);
-  ASSERT_EQ(help.size(), 5u);
-  EXPECT_EQ(help[0], "FileOrDirectory=The name of the directory to delete");
-  EXPECT_EQ(help[2],
-            "DeleteReadOnly=Delete Read Only Files, only has any affect when Delete Tree is True");
-  TStrings hidden;
-  action_.GetHiddenProperties(hidden);
-  EXPECT_EQ(hidden, TStrings{"Force"});
-  EXPECT_EQ(action_.GetFlags(), 1);
-  EXPECT_EQ(
-      host_.Validate(action_),
-      (std::vector<ValidationError>{{"Directory", "The directory to delete has not been set", 0}}));
-  Set(action_, "FileOrDirectory", std::string("%OUT%"));
-  EXPECT_EQ(action_.GetFormattedDescription(), "Delete Directory [ %OUT% ]");
-  Set(action_, "DeleteTree", true);
-  EXPECT_EQ(action_.GetFormattedDescription(), "Delete Tree [ %OUT% ]");
 }
 
 }  // namespace

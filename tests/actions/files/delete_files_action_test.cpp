@@ -87,15 +87,13 @@ TEST_F(DeleteFilesActionTest, ReadOnlyFileStopsTheRunWithoutDeleteReadOnly) {
     std::vector<std::string> left;
     int64_t deleted;
   } cases[] = {
+      // clang-format off
       {"a.tmp",
        {"Error deleting file : " + Path("a.tmp"), "Error Reason: Permission denied",
-        "Failing because 0 files deleted."},
-       {"a.tmp", "b.tmp"},
-       0},
-      {"b.tmp",
-       {"Error deleting file : " + Path("b.tmp"), "Error Reason: Permission denied"},
-       {"b.tmp"},
-       1},
+        "Failing because 0 files deleted."}, {"a.tmp", "b.tmp"}, 0},
+      {"b.tmp", {"Error deleting file : " + Path("b.tmp"), "Error Reason: Permission denied"},
+       {"b.tmp"}, 1},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.read_only);
@@ -139,7 +137,7 @@ TEST_F(DeleteFilesActionTest, SystemFilesAndDirectoriesAreNeitherDeletedNorCount
   if (platform::SetFileAttributes(Path("system.tmp"), platform::kFileAttributeSystem))
     GTEST_SKIP() << "no extended attributes here";
   MakeFile("plain.tmp");
-  MakeDir("folder.tmp");
+  MakeDirectory("folder.tmp");
   Set(action_, "DeleteReadOnly", true);
   Set(action_, "DeleteHidden", true);
   EXPECT_TRUE(Delete(Path("*.tmp")));
@@ -161,21 +159,13 @@ TEST_F(DeleteFilesActionTest, UnsearchableDirectoryIsAnErrorNotAnEmptyResult) {
 TEST_F(DeleteFilesActionTest, LinkIsDeletedAsALinkAndItsTargetKept) {
   MakeFile("outside/target.txt", "keep");
   MakeReadOnly("outside/target.txt");
-  MakeDir("work");
+  MakeDirectory("work");
   std::filesystem::create_symlink(Path("outside/target.txt"), Path("work/link.txt"));
   Set(action_, "DeleteReadOnly", true);
   EXPECT_TRUE(Delete(Path("work/*")));
   EXPECT_EQ(Tree(), (std::vector<std::string>{"outside/", "outside/target.txt", "work/"}));
   EXPECT_EQ(platform::GetFileAttributes(Path("outside/target.txt")).Value(),
             platform::kFileAttributeReadOnly);
-}
-
-TEST_F(DeleteFilesActionTest, ValidationAndDescription) {
-  EXPECT_EQ(host_.Validate(action_),
-            (std::vector<ValidationError>{{"File Spec", "The file spec has not been set", 0}}));
-  Set(action_, "FileSpec", std::string("%OUT%/*.obj"));
-  EXPECT_EQ(action_.GetFormattedDescription(), "Delete File(s) [ %OUT%/*.obj ]");
-  EXPECT_EQ(host_.Validate(action_), std::vector<ValidationError>{});
 }
 
 }  // namespace

@@ -75,17 +75,5 @@ TEST_F(DiskInfoActionTest, MissingPathIsAnError) {
   EXPECT_FALSE(host_.variables.IsDefined("FREE"));
 }
 
-TEST_F(DiskInfoActionTest, ValidationNamesTheProblems) {
-  TDiskInfoAction action;
-  Set(action, "MinimumFreeSpace", int64_t{-1});
-  EXPECT_EQ(host_.Validate(action),
-            (std::vector<ValidationError>{
-                {"Drive or Directory", "The drive or directory has not been set", 0},
-                {"Minimum Free Space", "The minimum free space cannot be negative", 0}}));
-  Set(action, "Path", std::string("/var/build"));
-  EXPECT_EQ(action.GetFormattedDescription(), "Get Disk Free Space [ /var/build ]");
-}
-
-
 }  // namespace
 }  // namespace brivant::testing

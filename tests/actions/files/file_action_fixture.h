@@ -23,12 +23,12 @@ class FileActionTest : public ActionTest {
   void MakeDirectory(const std::string& name) const {
     std::filesystem::create_directories(Path(name));
   }
+  static constexpr std::filesystem::perms kAllWrite = std::filesystem::perms::owner_write |
+                                                      std::filesystem::perms::group_write |
+                                                      std::filesystem::perms::others_write;
   // Read-only as Windows means it: no write bit for anyone.
   void MakeReadOnly(const std::string& name) const {
-    using std::filesystem::perms;
-    std::filesystem::permissions(Path(name),
-                                 perms::owner_write | perms::group_write | perms::others_write,
-                                 std::filesystem::perm_options::remove);
+    std::filesystem::permissions(Path(name), kAllWrite, std::filesystem::perm_options::remove);
   }
   bool IsOwnerWritable(const std::string& name) const {
     return (std::filesystem::status(Path(name)).permissions() &

@@ -1,42 +1,12 @@
 #include "actions/files/file_set_copy_move_action.h"
 
-#include <algorithm>
 #include <functional>
 
 #include "tests/actions/files/misc_action_fixture.h"
+#include "tests/support/listed_file_set.h"
 
 namespace brivant::testing {
 namespace {
-
-// A file set with a fixed list of files relative to its base directory.
-class ListedFileSet : public IBVFileSet {
- public:
-  ListedFileSet(std::string base_dir, std::vector<std::string> relative_files)
-      : base_dir_(std::move(base_dir)), relative_files_(std::move(relative_files)) {}
-
-  std::vector<std::string> GetFiles() const override {
-    if (on_get_files) on_get_files();
-    std::vector<std::string> files;
-    for (const std::string& name : relative_files_) files.push_back(base_dir_ + "/" + name);
-    std::sort(files.begin(), files.end());
-    return files;
-  }
-  std::string GetBaseDir() const override { return base_dir_; }
-  bool Refresh(std::string* error) override {
-    ++refreshes;
-    if (refresh_error.empty()) return true;
-    *error = refresh_error;
-    return false;
-  }
-
-  int refreshes = 0;
-  std::string refresh_error;
-  std::function<void()> on_get_files;
-
- private:
-  std::string base_dir_;
-  std::vector<std::string> relative_files_;
-};
 
 class FileSetCopyMoveActionTest : public MiscFileActionTest {
  protected:
@@ -51,7 +21,8 @@ class FileSetCopyMoveActionTest : public MiscFileActionTest {
   }
   bool Run() { return host_.Run(action_); }
 
-  ListedFileSet set_{Path("src"), {"sub/deep/c.txt", "a.txt", "sub/b.txt"}};
+  ListedFileSet set_{Path("src"),
+                     {Path("src/a.txt"), Path("src/sub/b.txt"), Path("src/sub/deep/c.txt")}};
   TBVFileSetCopyMoveAction action_;
 };
 
@@ -90,7 +61,7 @@ TEST_F(FileSetCopyMoveActionTest, MoveTakesTheFilesAway) {
 }
 
 TEST_F(FileSetCopyMoveActionTest, ExistingTargetsFollowTheOverwriteMode) {
-  ListedFileSet one_file{Path("src"), {"a.txt"}};
+  ListedFileSet one_file{Path("src"), {Path("src/a.txt")}};
   host_.AddProjectObject("FileSetObject", "Photos", &one_file);
   Set(action_, "FailIfZeroFiles", false);
   const std::time_t older = 1000000000;
@@ -103,21 +74,15 @@ TEST_F(FileSetCopyMoveActionTest, ExistingTargetsFollowTheOverwriteMode) {
     std::string content;
     LoggedMessage last;
   } cases[] = {
+      // clang-format off
       {"overwrite", omOverwrite, newer, true, "A", {stSuccess, "1 file copied to " + Path("out")}},
       {"skip", omSkip, older, true, "old", {stSuccess, "0 files copied to " + Path("out")}},
       {"fail", omFail, older, false, "old", {stError, "Error reason: Target file already exists"}},
-      {"newer source",
-       omOverwriteIfNewer,
-       older,
-       true,
-       "A",
+      {"newer source", omOverwriteIfNewer, older, true, "A",
        {stSuccess, "1 file copied to " + Path("out")}},
-      {"older source",
-       omOverwriteIfNewer,
-       newer,
-       true,
-       "old",
+      {"older source", omOverwriteIfNewer, newer, true, "old",
        {stSuccess, "0 files copied to " + Path("out")}},
+      // clang-format on
   };
   SetWriteTime("src/a.txt", older + 60);
   for (const Case& c : cases) {
@@ -202,15 +167,6 @@ TEST_F(FileSetCopyMoveActionTest, FailuresNameTheirCause) {
   }
   EXPECT_FALSE(Exists("out"));
 }
-
-TEST_F(FileSetCopyMoveActionTest, ValidationNamesWhatIsMissing) {
-  TBVFileSetCopyMoveAction action;
-  EXPECT_EQ(host_.Validate(action),
-            (std::vector<ValidationError>{
-                {"FileSet", "FileSet name has not been set", 0},
-                {"Target Directory", "The target directory has not been set", 0}}));
-}
-
 
 }  // namespace
 }  // namespace brivant::testing

@@ -17,7 +17,7 @@ class GetFileSizeActionTest : public MiscFileActionTest {
 };
 
 TEST_F(GetFileSizeActionTest, SizeInEachUnit) {
-  MakeFile("empty");
+  MakeFile("empty", "");
   MakeFile("small", std::string(500, 'x'));
   MakeFile("kilo", std::string(1536, 'x'));
   MakeFile("mega", std::string(1572864, 'x'));
@@ -48,7 +48,7 @@ TEST_F(GetFileSizeActionTest, SizeInEachUnit) {
 }
 
 TEST_F(GetFileSizeActionTest, MissingFileOrDirectoryFails) {
-  MakeDir("folder");
+  MakeDirectory("folder");
   EXPECT_FALSE(GetSize("missing.bin", suBytes));
   EXPECT_FALSE(GetSize("folder", suBytes));
   EXPECT_EQ(host_.Texts(stError),
@@ -56,15 +56,6 @@ TEST_F(GetFileSizeActionTest, MissingFileOrDirectoryFails) {
                                       "Not a file: " + Path("folder") + " is a directory"}));
   EXPECT_FALSE(host_.variables.IsDefined("SIZE"));
 }
-
-TEST_F(GetFileSizeActionTest, FileNameIsRequired) {
-  TBVGetFileSizeAction action;
-  EXPECT_EQ(host_.Validate(action),
-            (std::vector<ValidationError>{{"File Name", "Filename has not been set", 0}}));
-  Set(action, "FileName", std::string("%OUT%/app.bin"));
-  EXPECT_EQ(action.GetFormattedDescription(), "Get File Size [ %OUT%/app.bin ]");
-}
-
 
 }  // namespace
 }  // namespace brivant::testing

@@ -13,36 +13,12 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/action_test.h"
-#include "tests/support/test_host.h"
+#include "tests/actions/files/file_action_fixture.h"
 
 namespace brivant::testing {
 
-class MiscFileActionTest : public ActionTest {
+class MiscFileActionTest : public FileActionTest {
  protected:
-  // Writes `content` to `name`, creating the directories on the way.
-  void MakeFile(const std::string& name, const std::string& content = "") const {
-    std::filesystem::create_directories(std::filesystem::path(Path(name)).parent_path());
-    WriteBytes(Path(name), content);
-  }
-
-  void MakeDir(const std::string& name) const { std::filesystem::create_directories(Path(name)); }
-
-  static constexpr std::filesystem::perms kAllWrite = std::filesystem::perms::owner_write |
-                                                      std::filesystem::perms::group_write |
-                                                      std::filesystem::perms::others_write;
-
-  // Takes away every write bit: read-only as the platform layer means it.
-  void MakeReadOnly(const std::string& name) const {
-    std::filesystem::permissions(Path(name), kAllWrite, std::filesystem::perm_options::remove);
-  }
-
-  // Whether anything (a dangling link included) is at `name`.
-  bool Exists(const std::string& name) const {
-    return std::filesystem::symlink_status(Path(name)).type() !=
-           std::filesystem::file_type::not_found;
-  }
-
   // The tree under the absolute `root`, sorted: "dir/" for a directory,
   // "file=content" for a file, "link->target" for a symbolic link.
   static std::vector<std::string> TreeAt(const std::string& root) {

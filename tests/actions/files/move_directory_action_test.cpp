@@ -37,7 +37,7 @@ TEST_F(MoveDirectoryActionTest, RenameMovesTheWholeTree) {
 }
 
 TEST_F(MoveDirectoryActionTest, RefusalsLeaveTheSourceAlone) {
-  MakeDir("taken");
+  MakeDirectory("taken");
   MakeFile("taken/keep.txt", "K");
   MakeFile("plain.txt", "P");
   struct Case {
@@ -45,21 +45,19 @@ TEST_F(MoveDirectoryActionTest, RefusalsLeaveTheSourceAlone) {
     std::string target;
     std::vector<std::string> errors;
   } cases[] = {
+      // clang-format off
       {Path("none"), Path("dst"), {"Source directory does not exist: " + Path("none")}},
       {Path("src"), Path("taken"), {"Target directory already exists: " + Path("taken")}},
-      {Path("src"),
-       Path("plain.txt"),
+      {Path("src"), Path("plain.txt"),
        {"Target exists and is not a directory: " + Path("plain.txt")}},
-      {Path("src"),
-       Path("src/sub/inner"),
+      {Path("src"), Path("src/sub/inner"),
        {"Cannot move a directory into itself: " + Path("src") + " -> " + Path("src/sub/inner")}},
-      {Path("src"),
-       Path("src/../src"),
+      {Path("src"), Path("src/../src"),
        {"Cannot move a directory into itself: " + Path("src") + " -> " + Path("src/../src")}},
-      {Path("src"),
-       Path("no/such/dst"),
+      {Path("src"), Path("no/such/dst"),
        {"Error moving directory: " + Path("src") + " -> " + Path("no/such/dst"),
         "Error reason: No such file or directory"}},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.target);
@@ -95,7 +93,7 @@ TEST_F(MoveDirectoryActionTest, MergeMovesContentIntoAnExistingDirectory) {
 
 TEST_F(MoveDirectoryActionTest, MergeChecksEveryConflictBeforeMovingAnything) {
   MakeFile("src/new/c.txt", "C");
-  MakeDir("dst/.hidden");  // a directory where a file would go
+  MakeDirectory("dst/.hidden");  // a directory where a file would go
   MakeFile("dst/a.txt", "old A");
   MakeFile("dst/new", "a file where a directory would go");
   MakeFile("dst/sub/b.txt", "old B");
@@ -195,18 +193,6 @@ TEST_F(MoveDirectoryActionTest, AcrossFileSystemsALinkStopsTheMoveBeforeItStarts
                                      " to another file system: it is a symbolic link"});
   EXPECT_EQ(Tree("src").size(), 5u);
 }
-
-TEST_F(MoveDirectoryActionTest, BothDirectoriesAreRequired) {
-  TBVMoveDirectoryAction action;
-  EXPECT_EQ(host_.Validate(action),
-            (std::vector<ValidationError>{
-                {"Source Directory", "The source directory has not been set", 0},
-                {"Target Directory", "The target directory has not been set", 0}}));
-  Set(action, "SourceDirectory", std::string("build/out"));
-  Set(action, "TargetDirectory", std::string("%DIST%"));
-  EXPECT_EQ(action.GetFormattedDescription(), "Move Directory [ build/out -> %DIST% ]");
-}
-
 
 }  // namespace
 }  // namespace brivant::testing

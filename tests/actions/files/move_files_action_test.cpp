@@ -63,15 +63,13 @@ TEST_F(MoveFilesActionTest, ExistingTargets) {
     const char* target_after;
     bool source_left;
   } cases[] = {
+      // clang-format off
       {"replaced", {}, false, true, "new", false},
-      {"kept when not overwriting",
-       {{"Overwrite", false}, {"FailIfZeroFiles", false}},
-       false,
-       true,
-       "old",
-       true},
+      {"kept when not overwriting", {{"Overwrite", false}, {"FailIfZeroFiles", false}}, false, true,
+       "old", true},
       {"read-only kept", {}, true, false, "old", true},
       {"read-only replaced", {{"OverwriteReadOnly", true}}, true, true, "new", false},
+      // clang-format on
   };
   int number = 0;
   for (const Case& c : cases) {
@@ -96,21 +94,6 @@ TEST_F(MoveFilesActionTest, FailureNamesTheMoveAndTheSystemMessage) {
             (std::vector<std::string>{
                 "Failed to move File : " + Path("src/f.txt") + " -> " + Path("blocker/f.txt"),
                 "Win32 Error : Not a directory"}));
-}
-
-TEST_F(MoveFilesActionTest, PublishesNoRecurse) {
-  TMoveFilesAction action;
-  EXPECT_EQ(action.GetPropertyTable().Find("Recurse"), nullptr);
-  // Published order is load order: FileSpec, which switches TargetIsDir on, comes first.
-  EXPECT_EQ(
-      action.GetPropertyTable().Names(),
-      (std::vector<std::string_view>{"FileSpec", "Target", "Force", "TargetIsDir", "FailIfExists",
-                                     "Overwrite", "OverwriteReadOnly", "ClearAttributes",
-                                     "FailIfZeroFiles", "FilesAffected", "LogFilesAffected"}));
-  EXPECT_EQ(action.GetActionName(), "Move File(s)");
-  Set(action, "FileSpec", std::string("a/*.txt"));
-  Set(action, "Target", std::string("b"));
-  EXPECT_EQ(action.GetFormattedDescription(), "Move File(s) [ a/*.txt -> b ]");
 }
 
 }  // namespace

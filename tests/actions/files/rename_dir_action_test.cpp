@@ -12,7 +12,7 @@ class RenameDirActionTest : public MiscFileActionTest {
   void BuildTree(const std::string& root) const {
     MakeFile(root + "a.txt", "A");
     MakeFile(root + "dir/inner.txt", "I");
-    MakeDir(root + "other");
+    MakeDirectory(root + "other");
     std::filesystem::create_symlink("a.txt", Path(root + "link"));
   }
   bool Rename(const std::string& old_name, const std::string& new_name) {
@@ -31,27 +31,17 @@ TEST_F(RenameDirActionTest, BareNameRenamesInPlaceAndPathMoves) {
     std::string new_path;
     std::vector<std::string> tree;
   } cases[] = {
-      {"a.txt",
-       "b.txt",
-       "file",
-       "b.txt",
+      // clang-format off
+      {"a.txt", "b.txt", "file", "b.txt",
        {"b.txt=A", "dir/", "dir/inner.txt=I", "link->a.txt", "other/"}},
-      {"dir/",
-       " renamed ",
-       "directory",
-       "renamed",
+      {"dir/", " renamed ", "directory", "renamed",
        {"a.txt=A", "link->a.txt", "other/", "renamed/", "renamed/inner.txt=I"}},
-      {"dir",
-       "@/other/dir",
-       "directory",
-       "other/dir",
+      {"dir", "@/other/dir", "directory", "other/dir",
        {"a.txt=A", "link->a.txt", "other/", "other/dir/", "other/dir/inner.txt=I"}},
       // The link itself is renamed, not the file it points to.
-      {"link",
-       "alias",
-       "file",
-       "alias",
+      {"link", "alias", "file", "alias",
        {"a.txt=A", "alias->a.txt", "dir/", "dir/inner.txt=I", "other/"}},
+      // clang-format on
   };
   int number = 0;
   for (const Case& c : cases) {
@@ -76,25 +66,24 @@ TEST_F(RenameDirActionTest, BareNameRenamesInPlaceAndPathMoves) {
 
 TEST_F(RenameDirActionTest, FailsClearlyAndChangesNothing) {
   MakeFile("b.txt", "B");
-  MakeDir("empty");
+  MakeDirectory("empty");
   struct Case {
     std::string old_name;
     std::string new_name;
     std::vector<std::string> errors;
   } cases[] = {
+      // clang-format off
       {Path("none"), "x", {"File or directory not found: " + Path("none")}},
-      {Path("a.txt"),
-       "b.txt",
+      {Path("a.txt"), "b.txt",
        {"Cannot rename " + Path("a.txt") + " to " + Path("b.txt") + ": the target already exists"}},
       // rename(2) would replace an empty directory; the action never does.
-      {Path("dir"),
-       "empty",
+      {Path("dir"), "empty",
        {"Cannot rename " + Path("dir") + " to " + Path("empty") + ": the target already exists"}},
       {Path("a.txt"), "..", {"Invalid new name \"..\" for " + Path("a.txt")}},
-      {Path("a.txt"),
-       Path("no/such/a.txt"),
+      {Path("a.txt"), Path("no/such/a.txt"),
        {"Error renaming " + Path("a.txt") + " to " + Path("no/such/a.txt"),
         "Error reason: No such file or directory"}},
+      // clang-format on
   };
   std::vector<std::string> before = Tree("");
   for (const Case& c : cases) {
@@ -112,19 +101,6 @@ TEST_F(RenameDirActionTest, SameNameIsAWarningOnly) {
             (std::vector<LoggedMessage>{
                 {stWarning, "Nothing to rename: " + Path("a.txt") + " already has that name"}}));
 }
-
-TEST_F(RenameDirActionTest, BothNamesAreRequired) {
-  TRenameDirAction action;
-  EXPECT_EQ(host_.Validate(action),
-            (std::vector<ValidationError>{
-                {"Old Name", "The file or directory to rename has not been set", 0},
-                {"New Name", "The new name has not been set", 0}}));
-  Set(action, "OldName", std::string("out/app"));
-  Set(action, "NewName", std::string("app-%VERSION%"));
-  EXPECT_EQ(action.GetFormattedDescription(),
-            "Rename File or Directory [ out/app -> app-%VERSION% ]");
-}
-
 
 }  // namespace
 }  // namespace brivant::testing

@@ -185,14 +185,14 @@ TEST_F(SetFileAttributesActionTest, RunsThatFailBeforeTouchingFiles) {
     bool any_setting;
     std::vector<LoggedMessage> messages;
   } cases[] = {
+      // clang-format off
       {"no setting", Path("f.txt"), false, {{stError, "No attributes were specified to change."}}},
-      {"undefined variable",
-       "%UNDEFINED_IN_ATTRIBUTE_TEST%/f.txt",
-       true,
+      {"undefined variable", "%UNDEFINED_IN_ATTRIBUTE_TEST%/f.txt", true,
        {{stError,
          "Error processing File Spec: Variable \"UNDEFINED_IN_ATTRIBUTE_TEST\" is not defined"}}},
       {"empty once expanded", "%EMPTY%", true, {{stError, "No file spec was specified."}}},
       {"only quotes", "\"\"", true, {{stError, "No file spec was specified."}}},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -251,48 +251,6 @@ TEST_F(SetFileAttributesActionTest, MissingFileSetRaisesForTheHost) {
     EXPECT_STREQ(e.what(), "FileSet \"Nope\" not found.");
   }
   EXPECT_EQ(host_.messages, std::vector<LoggedMessage>{});
-}
-
-TEST_F(SetFileAttributesActionTest, DescriptionAndValidation) {
-  struct Case {
-    const char* name;
-    bool use_file_set;
-    TAttributeSetting read_only, archive, system_file, hidden;
-    const char* description;
-  } cases[] = {
-      {"two settings", false, TAttributeSetting::asClear, TAttributeSetting::asSet,
-       TAttributeSetting::asNone, TAttributeSetting::asNone,
-       "Set File Attributes [/out/*.dll - ReadOnly:Clear Archive:Set]"},
-      {"all four", false, TAttributeSetting::asSet, TAttributeSetting::asSet,
-       TAttributeSetting::asClear, TAttributeSetting::asClear,
-       "Set File Attributes [/out/*.dll - ReadOnly:Set Archive:Set System:Clear Hidden:Clear]"},
-      {"none", false, TAttributeSetting::asNone, TAttributeSetting::asNone,
-       TAttributeSetting::asNone, TAttributeSetting::asNone, "Set File Attributes [/out/*.dll -]"},
-      {"file set", true, TAttributeSetting::asNone, TAttributeSetting::asNone,
-       TAttributeSetting::asNone, TAttributeSetting::asSet,
-       "Set File Attributes [Binaries - Hidden:Set]"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    TSetFileAttributesAction action;
-    Set(action, "FileSpec", std::string("/out/*.dll"));
-    Set(action, "FileSetName", std::string("Binaries"));
-    Set(action, "UseFileSet", c.use_file_set);
-    Set(action, "ReadOnly", Ordinal(c.read_only));
-    Set(action, "Archive", Ordinal(c.archive));
-    Set(action, "SystemFile", Ordinal(c.system_file));
-    Set(action, "Hidden", Ordinal(c.hidden));
-    EXPECT_EQ(action.GetFormattedDescription(), c.description);
-  }
-
-  TSetFileAttributesAction action;
-  EXPECT_EQ(host_.Validate(action),
-            (std::vector<ValidationError>{{"File Spec", "The file spec has not been set", 0}}));
-  Set(action, "UseFileSet", true);
-  EXPECT_EQ(host_.Validate(action),
-            (std::vector<ValidationError>{{"File Set", "The file set has not been set", 0}}));
-  Set(action, "FileSetName", std::string("Binaries"));
-  EXPECT_EQ(host_.Validate(action), std::vector<ValidationError>{});
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ class TouchFilesActionTest : public MiscFileActionTest {
 };
 
 TEST_F(TouchFilesActionTest, SetsTheGivenTimeOnEveryMatchBelow) {
-  MakeDir("sub/dir.txt");  // matches the mask, but is no file to touch
+  MakeDirectory("sub/dir.txt");  // matches the mask, but is no file to touch
   ASSERT_TRUE(Touch(Path("*.txt"), "2009-03-05 14:30:00", /*recurse=*/true));
   std::time_t expected = LocalSeconds(2009, 3, 5, 14, 30, 0);
   for (const char* name : {"a.txt", "sub/c.txt", "sub/.h.txt"}) {
@@ -151,15 +151,6 @@ TEST_F(TouchFilesActionTest, FailureNamesTheFileAndStops) {
   EXPECT_EQ(WriteTimeOf("sub/c.txt"), kOld);
   EXPECT_EQ(host_.open_groups, 0);
 }
-
-TEST_F(TouchFilesActionTest, ValidationNamesWhatIsMissing) {
-  TTouchFilesAction action;
-  Set(action, "UseCurrentDateTime", false);
-  EXPECT_EQ(host_.Validate(action),
-            (std::vector<ValidationError>{{"File Spec", "The file spec has not been set", 0},
-                                          {"Date/Time", "The date/time has not been set", 0}}));
-}
-
 
 }  // namespace
 }  // namespace brivant::testing

@@ -77,39 +77,6 @@ TEST_F(FileIteratorTest, HiddenAndSystemFilesOnlyWithFindAnyFile) {
   }
 }
 
-// Directories large enough that the attribute words are read through the
-// search's reader, with the same names and different words in each, so that
-// a word read in the wrong directory shows.
-TEST_F(FileIteratorTest, StoredHiddenAndSystemBitsAreReadInTheRightDirectory) {
-  constexpr int kFiles = 60;
-  std::vector<std::string> expected;
-  for (const std::string directory : {"x", "y"}) {
-    for (int i = 0; i < kFiles; ++i) {
-      const std::string name = "d/" + directory + "/f" + std::to_string(100 + i);
-      MakeFile(name);
-      uint32_t bits = 0;
-      if (directory == "x" && i % 4 == 1) bits = platform::kFileAttributeSystem;
-      if (directory == "y" && i % 5 == 2) bits = platform::kFileAttributeHidden;
-      if (directory == "y" && i % 7 == 3) bits = platform::kFileAttributeArchive;  // still listed
-      if (bits == 0 || bits == platform::kFileAttributeArchive) {
-        expected.push_back(name);
-      } else if (platform::OsError error = platform::SetFileAttributes(Path(name), bits)) {
-        GTEST_SKIP() << "no extended attributes here: " << error.Describe();
-      }
-      if (bits == platform::kFileAttributeArchive) {
-        ASSERT_FALSE(platform::SetFileAttributes(Path(name), bits));
-      }
-    }
-  }
-  iterator_.SetRecurse(true);
-  // The reader's thread takes part only when it gets to run in time: a few
-  // walks give it the chance.
-  for (int walk = 0; walk < 10; ++walk) {
-    SCOPED_TRACE(walk);
-    ASSERT_EQ(Iterate(Path("d") + "/*"), Paths(expected));
-  }
-}
-
 TEST_F(FileIteratorTest, StrictExtensionMatchKeepsExactExtensionsOnly) {
   for (const char* name : {"d/a.htm", "d/b.html", "d/report", "d/report.txt", "d/report.TXT.bak"})
     MakeFile(name);
@@ -176,19 +143,6 @@ TEST_F(FileIteratorTest, ListFailuresNameWhatFailed) {
     Set(iterator_, "FileSpec", c.file_spec);
     EXPECT_EQ(FailureOf(), c.message);
   }
-}
-
-TEST_F(FileIteratorTest, ValidationNamesTheMissingProperty) {
-  EXPECT_EQ(host_.Validate(iterator_),
-            (std::vector<ValidationError>{{"File Spec", "File Spec has not been set", 0}}));
-  Set(iterator_, "UseFileSet", true);
-  EXPECT_EQ(host_.Validate(iterator_),
-            (std::vector<ValidationError>{{"FileSet", "FileSet name has not been set", 0}}));
-  Set(iterator_, "FileSetName", std::string("Sources"));
-  EXPECT_EQ(iterator_.GetFormattedDescription(), "Iterate FileSet [ Sources ]");
-  Set(iterator_, "UseFileSet", false);
-  Set(iterator_, "FileSpec", std::string("%SRC%/*.c"));
-  EXPECT_EQ(iterator_.GetFormattedDescription(), "File/Fileset Iterator [ %SRC%/*.c ]");
 }
 
 TEST_F(FileIteratorTest, StopDuringADeepSearchEndsItWithoutRunningTheLoop) {
@@ -266,6 +220,14 @@ TEST_F(FileSetIteratorTest, WithoutRefreshTheFirstListHolds) {
   std::vector<std::string> values = RunLoop(iterator_, [&] { MakeFile("src/later.txt"); });
   EXPECT_EQ(values, (std::vector<std::string>{"a.txt", "b.txt", "c.txt", "d.txt"}));
   EXPECT_EQ(host_.Texts(stInfo).front(), "a.txt\nb.txt\nc.txt\nd.txt");
+}
+
+TEST_F(FileSetIteratorTest, StopWhileTheSetIsReadEndsWithoutRunningTheLoop) {
+  StopOnMessageHost host(iterator_, "Refreshing fileset...");
+  host.AddProjectObject("FileSetObject", "Sources", file_set_.get());
+  iterator_.AttachHost(&host);
+  EXPECT_FALSE(iterator_.Execute());
+  EXPECT_EQ(host.events, std::vector<std::string>{"stInfo: Refreshing fileset..."});
 }
 
 TEST_F(FileSetIteratorTest, AFileSetThatCannotBeReadFailsTheLoop) {

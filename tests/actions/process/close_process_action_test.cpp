@@ -10,6 +10,7 @@
 
 #include "actions/process/shell_execute.h"
 #include "platform/process.h"
+#include "tests/support/action_test.h"
 #include "tests/support/process_probe.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/test_host.h"
@@ -29,12 +30,8 @@ int StartShell(const std::string& script) {
   return started.IsOk() ? started.Value() : 0;
 }
 
-class CloseProcessTest : public ::testing::Test {
+class CloseProcessTest : public testing::ActionTest {
  protected:
-  void Set(const char* property, const PropertyValue& value) {
-    SetProperty(action_, *action_.GetPropertyTable().Find(property), value);
-  }
-  TestHost host_;
   TBVCloseProcessAction action_;
 };
 
@@ -57,7 +54,7 @@ TEST_F(CloseProcessTest, BadAndMissingIdsNeverSignalAnything) {
   for (const Row& row : rows) {
     SCOPED_TRACE(row.id);
     host_.messages.clear();
-    Set("ProcessID", std::string(row.id));
+    Set(action_, "ProcessID", std::string(row.id));
     EXPECT_FALSE(host_.Run(action_));
     EXPECT_EQ(host_.Texts(stError), row.errors);
     EXPECT_EQ(action_.GetFormattedDescription(), row.description);
@@ -68,10 +65,10 @@ TEST_F(CloseProcessTest, ChildIgnoringTheCloseRequestIsTerminatedAfterTheTimeout
   // An ignored signal stays ignored across exec.
   int pid = StartShell("trap '' TERM; exec sleep 30");
   host_.Define("PID", Variant(static_cast<int64_t>(pid)));
-  Set("ProcessID", std::string("%PID%"));
-  Set("SendWMClose", true);
-  Set("Timeout", true);
-  Set("TimeoutLimit", int64_t{0});
+  Set(action_, "ProcessID", std::string("%PID%"));
+  Set(action_, "SendWMClose", true);
+  Set(action_, "Timeout", true);
+  Set(action_, "TimeoutLimit", int64_t{0});
   ASSERT_TRUE(host_.Run(action_));
   EXPECT_EQ(
       host_.Texts(stInfo),
@@ -84,35 +81,30 @@ TEST_F(CloseProcessTest, ChildIgnoringTheCloseRequestIsTerminatedAfterTheTimeout
 
 TEST_F(CloseProcessTest, QuitEndsAChildBeforeTheTimeout) {
   int pid = StartShell("exec sleep 30");
-  Set("ProcessID", std::to_string(pid));
-  Set("Timeout", true);
-  Set("TimeoutLimit", int64_t{10});
+  Set(action_, "ProcessID", std::to_string(pid));
+  Set(action_, "Timeout", true);
+  Set(action_, "TimeoutLimit", int64_t{10});
   ASSERT_TRUE(host_.Run(action_));
   EXPECT_EQ(host_.Texts(stInfo).back(), "Sending main window a WM_QUIT message");
   EXPECT_FALSE(testing::IsRunning(pid));
 }
 
-class ShellExecuteTest : public ::testing::Test {
+class ShellExecuteTest : public testing::ActionTest {
  protected:
   void SetUp() override {
-    std::filesystem::create_directories(temp_.Join("bin"));
+    std::filesystem::create_directories(dir_.Join("bin"));
     // Each stand-in writes its arguments to a file named after itself.
     for (const char* tool : {"xdg-open", "lp"}) {
-      testing::WriteBytes(temp_.Join(std::string("bin/") + tool),
-                          "#!/bin/sh\necho \"$@\" > \"" + temp_.Join(tool) + ".args\"\n" +
+      testing::WriteBytes(dir_.Join(std::string("bin/") + tool),
+                          "#!/bin/sh\necho \"$@\" > \"" + dir_.Join(tool) + ".args\"\n" +
                               "[ \"$1\" = fail ] && { echo no such printer; exit 3; }\nexit 0\n");
-      std::filesystem::permissions(temp_.Join(std::string("bin/") + tool),
+      std::filesystem::permissions(dir_.Join(std::string("bin/") + tool),
                                    std::filesystem::perms::owner_all);
     }
-    testing::WriteBytes(temp_.Join("my doc.txt"), "x");
-  }
-  void Set(const char* property, const PropertyValue& value) {
-    SetProperty(action_, *action_.GetPropertyTable().Find(property), value);
+    testing::WriteBytes(dir_.Join("my doc.txt"), "x");
   }
 
-  testing::ScopedTempDir temp_;
-  testing::ScopedEnv path_{"PATH", temp_.Join("bin") + ":/usr/bin:/bin"};
-  TestHost host_;
+  testing::ScopedEnv path_{"PATH", dir_.Join("bin") + ":/usr/bin:/bin"};
   TBVShellExecute action_;
 };
 
@@ -124,7 +116,7 @@ TEST_F(ShellExecuteTest, VerbsRunTheirToolWithTheFile) {
     std::string args_file;
     std::string args_or_error;
   };
-  const std::string doc = temp_.Join("my doc.txt");
+  const std::string doc = dir_.Join("my doc.txt");
   const std::vector<Row> rows = {
       {"open", "", true, "xdg-open.args", doc + "\n"},
       {"print", "-d \"office 2\"", true, "lp.args", "-d office 2 " + doc + "\n"},
@@ -134,16 +126,16 @@ TEST_F(ShellExecuteTest, VerbsRunTheirToolWithTheFile) {
       {"edit", "", false, "",
        "ShellExecute Failed with error: the verb 'edit' is not supported; use open or print"},
   };
-  Set("FileSpec", doc);
-  Set("WaitForCompletion", true);
+  Set(action_, "FileSpec", doc);
+  Set(action_, "WaitForCompletion", true);
   for (const Row& row : rows) {
     SCOPED_TRACE(row.verb);
     host_.messages.clear();
-    Set("Action", std::string(row.verb));
-    Set("Parameters", std::string(row.parameters));
+    Set(action_, "Action", std::string(row.verb));
+    Set(action_, "Parameters", std::string(row.parameters));
     EXPECT_EQ(host_.Run(action_), row.succeeds);
     if (row.succeeds) {
-      EXPECT_EQ(testing::ReadBytes(temp_.Join(row.args_file)), row.args_or_error);
+      EXPECT_EQ(testing::ReadBytes(dir_.Join(row.args_file)), row.args_or_error);
     } else {
       EXPECT_EQ(host_.Texts(stError), std::vector<std::string>{row.args_or_error});
     }
@@ -151,18 +143,17 @@ TEST_F(ShellExecuteTest, VerbsRunTheirToolWithTheFile) {
 }
 
 TEST_F(ShellExecuteTest, MissingFileIsNamedAsTypedAndWildcardsAreRefused) {
-  host_.Define("DIR", Variant(temp_.path()));
-  Set("FileSpec", std::string("%DIR%/absent.txt"));
+  host_.Define("DIR", Variant(dir_.path()));
+  Set(action_, "FileSpec", std::string("%DIR%/absent.txt"));
   EXPECT_FALSE(host_.Run(action_));
   EXPECT_EQ(host_.Texts(stError),
             std::vector<std::string>{"File does not exist: %DIR%/absent.txt"});
-  EXPECT_THROW(Set("FileSpec", std::string("*.txt")), std::invalid_argument);
+  EXPECT_THROW(Set(action_, "FileSpec", std::string("*.txt")), std::invalid_argument);
   EXPECT_EQ(action_.GetFileSpec(), "%DIR%/absent.txt");
   // Not waiting: the tool still runs, in the background.
-  Set("FileSpec", temp_.Join("my doc.txt"));
+  Set(action_, "FileSpec", dir_.Join("my doc.txt"));
   ASSERT_TRUE(host_.Run(action_));
-  EXPECT_TRUE(
-      testing::WaitUntil([this] { return std::filesystem::exists(temp_.Join("lp.args")); }));
+  EXPECT_TRUE(testing::WaitUntil([this] { return std::filesystem::exists(dir_.Join("lp.args")); }));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "actions/process/read_reg_value_action.h"
 #include "actions/process/robocopy_options.h"
 #include "actions/process/set_reg_value_action.h"
+#include "tests/support/action_test.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/test_host.h"
 
@@ -19,12 +20,8 @@ namespace {
 
 using testing::TestHost;
 
-class RegistryActionTest : public ::testing::Test {
+class RegistryActionTest : public testing::ActionTest {
  protected:
-  template <class A>
-  void Set(A& action, const char* property, const PropertyValue& value) {
-    SetProperty(action, *action.GetPropertyTable().Find(property), value);
-  }
   // Runs a Set Registry Value action on HKCU\<key>.
   bool Write(const std::string& key, const std::string& name, TRegValueType type,
              const std::string& value, bool allow_create = true) {
@@ -61,10 +58,8 @@ class RegistryActionTest : public ::testing::Test {
     return errors.empty() ? "" : errors.back();
   }
 
-  testing::ScopedTempDir temp_;
-  std::string store_ = temp_.Join("data/registry.db");
+  std::string store_ = dir_.Join("data/registry.db");
   testing::ScopedEnv env_{"BRIVANT_REGISTRY", store_};
-  TestHost host_;
 };
 
 TEST_F(RegistryActionTest, EveryValueTypeReadsBackAsWrittenAndFailsAsAnotherType) {
@@ -198,7 +193,7 @@ TEST_F(RegistryActionTest, ReadingAMissingStoreCreatesNothing) {
   host_.Define("OUT");
   EXPECT_FALSE(Read("Software", "V", rtString));
   EXPECT_EQ(LastError(), "Key does not exist : Software");
-  EXPECT_FALSE(std::filesystem::exists(temp_.Join("data")));
+  EXPECT_FALSE(std::filesystem::exists(dir_.Join("data")));
   EXPECT_EQ(TryToFindRobocopyPath(), "");
   ASSERT_TRUE(Write("software\\?", "path", rtString, "/opt/tools"));
   host_.messages.clear();
@@ -215,7 +210,7 @@ TEST_F(RegistryActionTest, ReadingAMissingStoreCreatesNothing) {
 TEST_F(RegistryActionTest, BadInputGivesClearErrorsAndKeepsTheStore) {
   host_.Define("OUT");
   // Not a database: named in the error and left as it is.
-  std::filesystem::create_directories(temp_.Join("data"));
+  std::filesystem::create_directories(dir_.Join("data"));
   const std::string garbage(4096, 'x');
   testing::WriteBytes(store_, garbage);
   EXPECT_FALSE(Write("Software", "V", rtString, "1"));

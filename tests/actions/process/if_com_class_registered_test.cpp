@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "actions/process/bv_registry.h"
+#include "tests/support/action_test.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/test_host.h"
 
@@ -17,7 +18,7 @@ using testing::TestHost;
 
 constexpr const char* kWidget = "{0002DF01-0000-0000-C000-000000000046}";
 
-class IfCOMClassRegisteredTest : public ::testing::Test {
+class IfCOMClassRegisteredTest : public testing::ActionTest {
  protected:
   void SetUp() override {
     TBVRegistry registry(KEY_ALL_ACCESS);
@@ -31,18 +32,13 @@ class IfCOMClassRegisteredTest : public ::testing::Test {
     registry.WriteString("", "{0002df01-0000-0000-c000-000000000046}");
     ASSERT_TRUE(registry.Commit());
   }
-  void Set(const char* property, const PropertyValue& value) {
-    SetProperty(action_, *action_.GetPropertyTable().Find(property), value);
-  }
   TBVNextAction NextAfterExecute() {
     TBVNextAction next = naRunChildren;
     action_.GetNextActionSource(nssAfterExecute, next);
     return next;
   }
 
-  testing::ScopedTempDir temp_;
-  testing::ScopedEnv env_{"BRIVANT_REGISTRY", temp_.Join("registry.db")};
-  TestHost host_;
+  testing::ScopedEnv env_{"BRIVANT_REGISTRY", dir_.Join("registry.db")};
   TBVIfCOMClassRegistered action_;
 };
 
@@ -68,11 +64,11 @@ TEST_F(IfCOMClassRegisteredTest, ClassIDFormsAndTheirBraces) {
        "Class ID {0002DF01-0000-0000-C000-00000000004G} is not a valid GUID."},
       {"", false, "Class ID {} is not a valid GUID."},
   };
-  Set("UseProgID", false);
+  Set(action_, "UseProgID", false);
   for (const Row& row : rows) {
     SCOPED_TRACE(row.clsid);
     host_.messages.clear();
-    Set("CLSID", row.clsid);
+    Set(action_, "CLSID", row.clsid);
     EXPECT_EQ(host_.Run(action_), row.succeeds);
     EXPECT_EQ(host_.messages.back().text, row.line);
   }
@@ -80,10 +76,10 @@ TEST_F(IfCOMClassRegisteredTest, ClassIDFormsAndTheirBraces) {
 
 TEST_F(IfCOMClassRegisteredTest, ProgIDIsLookedUpByItsStoredText) {
   host_.Define("P", Variant("Acme.Widget"));
-  Set("ProgID", std::string("Acme.Widget"));
+  Set(action_, "ProgID", std::string("Acme.Widget"));
   EXPECT_TRUE(host_.Run(action_));
   EXPECT_EQ(NextAfterExecute(), naRunChildren);
-  Set("ProgID", std::string("%P%"));
+  Set(action_, "ProgID", std::string("%P%"));
   EXPECT_TRUE(host_.Run(action_));
   EXPECT_EQ(host_.messages.back().text, "COM Class Acme.Widget is not registered.");
   EXPECT_EQ(action_.GetActionStatus(), asConditionNotMet);
@@ -107,9 +103,9 @@ TEST_F(IfCOMClassRegisteredTest, InvertAndFailIfNotRegisteredDecideTheOutcome) {
     SCOPED_TRACE(std::string(row.prog_id) + (row.invert ? " inverted" : "") +
                  (row.fail ? " failing" : ""));
     action_.ResetBuildStatus();
-    Set("ProgID", std::string(row.prog_id));
-    Set("Invert", row.invert);
-    Set("FailIfNotRegistered", row.fail);
+    Set(action_, "ProgID", std::string(row.prog_id));
+    Set(action_, "Invert", row.invert);
+    Set(action_, "FailIfNotRegistered", row.fail);
     EXPECT_EQ(host_.Run(action_), row.succeeds);
     EXPECT_EQ(NextAfterExecute() == naRunChildren, row.children_run);
     EXPECT_EQ(action_.GetActionStatus() == asConditionNotMet, row.succeeds && !row.children_run);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "package/exceptions.h"
+#include "tests/support/action_test.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/test_host.h"
 
@@ -19,14 +20,11 @@ namespace {
 
 using testing::TestHost;
 
-class MutexActionTest : public ::testing::Test {
+class MutexActionTest : public testing::ActionTest {
  protected:
   void Configure(TBVMutexAction& action, TBVMutexMode mode, const std::string& name) {
     Set(action, "Mode", int64_t{mode});
     Set(action, mode == mmFileLock ? "FileName" : "MutexName", name);
-  }
-  void Set(TBVMutexAction& action, const char* property, const PropertyValue& value) {
-    SetProperty(action, *action.GetPropertyTable().Find(property), value);
   }
   // Runs the action; the EFailAction message, or "" when it acquired.
   std::string Acquire(TBVMutexAction& action) {
@@ -38,9 +36,7 @@ class MutexActionTest : public ::testing::Test {
     }
   }
 
-  testing::ScopedTempDir temp_;
-  testing::ScopedEnv runtime_dir_{"XDG_RUNTIME_DIR", temp_.path()};
-  TestHost host_;
+  testing::ScopedEnv runtime_dir_{"XDG_RUNTIME_DIR", dir_.path()};
 };
 
 TEST_F(MutexActionTest, LockIsHeldForTheChildrenAndReleasedWhenTheHostLeaves) {
@@ -48,7 +44,7 @@ TEST_F(MutexActionTest, LockIsHeldForTheChildrenAndReleasedWhenTheHostLeaves) {
     SCOPED_TRACE(mode);
     TBVMutexAction first, second;
     for (TBVMutexAction* action : {&first, &second}) {
-      Configure(*action, mode, temp_.Join("build.lock"));
+      Configure(*action, mode, dir_.Join("build.lock"));
       Set(*action, "EnableTimeout", true);  // TimeoutLength 0: give up at once
     }
     ASSERT_EQ(Acquire(first), "");
@@ -76,14 +72,14 @@ TEST_F(MutexActionTest, FailuresNameTheirCause) {
     const char* false_option;  // set to False, or nullptr
     std::string error;
   };
-  const std::string missing_dir = temp_.Join("no/such/dir/x.lock");
+  const std::string missing_dir = dir_.Join("no/such/dir/x.lock");
   const std::vector<Row> rows = {
-      {mmFileLock, temp_.Join("absent.lock"), "CreateNewFile",
+      {mmFileLock, dir_.Join("absent.lock"), "CreateNewFile",
        "File not found and \"Create New File\" not enabled."},
       {mmFileLock, missing_dir, nullptr,
        "cannot open lock file " + missing_dir + ": No such file or directory"},
-      {mmFileLock, temp_.path(), nullptr,
-       "cannot open lock file " + temp_.path() + ": Is a directory"},
+      {mmFileLock, dir_.path(), nullptr,
+       "cannot open lock file " + dir_.path() + ": Is a directory"},
       {mmGlobalMutex, "nobody/has/it", "CreateNewMutex",
        "Mutex object not found. Create new mutex option is disabled."},
       {mmFileLock, "%UNDEFINED%", nullptr, "Failed to expand file path."},
@@ -96,7 +92,7 @@ TEST_F(MutexActionTest, FailuresNameTheirCause) {
     EXPECT_EQ(Acquire(action), row.error);
     EXPECT_FALSE(action.IsHolding());
   }
-  EXPECT_FALSE(std::filesystem::exists(temp_.Join("absent.lock")));
+  EXPECT_FALSE(std::filesystem::exists(dir_.Join("absent.lock")));
 }
 
 TEST_F(MutexActionTest, GlobalNameIsOpenedWhileAnotherProcessHasItOpen) {
@@ -109,7 +105,7 @@ TEST_F(MutexActionTest, GlobalNameIsOpenedWhileAnotherProcessHasItOpen) {
   EXPECT_NE(
       std::find(host_.events.begin(), host_.events.end(), "stInfo: Accessing mutex Global\\build"),
       host_.events.end());
-  EXPECT_TRUE(std::filesystem::exists(temp_.Join("Global%5Cbuild.lock")));
+  EXPECT_TRUE(std::filesystem::exists(dir_.Join("Global%5Cbuild.lock")));
   EXPECT_EQ(Acquire(opener), "Timed out after 0 minutes.");
 }
 
@@ -118,8 +114,8 @@ TEST_F(MutexActionTest, StopEndsTheWaitAndLeavesNothingHeld) {
     SCOPED_TRACE(mode);
     host_.messages.clear();
     TBVMutexAction holder, waiter;
-    Configure(holder, mode, temp_.Join("stop.lock"));
-    Configure(waiter, mode, temp_.Join("stop.lock"));
+    Configure(holder, mode, dir_.Join("stop.lock"));
+    Configure(waiter, mode, dir_.Join("stop.lock"));
     ASSERT_EQ(Acquire(holder), "");
     std::thread stopper([&waiter] {
       std::this_thread::sleep_for(std::chrono::milliseconds(200));
@@ -136,13 +132,13 @@ TEST_F(MutexActionTest, StopEndsTheWaitAndLeavesNothingHeld) {
 
 TEST_F(MutexActionTest, DeleteOnUnlockRemovesTheFileOnRelease) {
   TBVMutexAction action;
-  Configure(action, mmFileLock, temp_.Join("gone.lock"));
+  Configure(action, mmFileLock, dir_.Join("gone.lock"));
   Set(action, "DeleteOnUnlock", true);
   ASSERT_EQ(Acquire(action), "");
-  EXPECT_TRUE(std::filesystem::exists(temp_.Join("gone.lock")));
+  EXPECT_TRUE(std::filesystem::exists(dir_.Join("gone.lock")));
   action.Reset();
-  EXPECT_FALSE(std::filesystem::exists(temp_.Join("gone.lock")));
-  EXPECT_EQ(action.GetFormattedDescription(), "Lock File [ " + temp_.Join("gone.lock") + " ]");
+  EXPECT_FALSE(std::filesystem::exists(dir_.Join("gone.lock")));
+  EXPECT_EQ(action.GetFormattedDescription(), "Lock File [ " + dir_.Join("gone.lock") + " ]");
 }
 
 }  // namespace

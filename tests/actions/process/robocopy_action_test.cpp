@@ -186,16 +186,14 @@ TEST_F(RobocopyActionTest, ValidationReportsEveryProblem) {
     std::vector<ValidationError> errors;
   };
   const std::vector<Row> rows = {
+      // clang-format off
       {"all set", tool, "SourceDir=/src|DestDir=/dst", {}},
-      {"no location, no paths",
-       "",
-       "",
-       {no_path,
-        not_found,
-        {"Source Directory", "The source directory must be specified", 0},
+      {"no location, no paths", "", "",
+       {no_path, not_found, {"Source Directory", "The source directory must be specified", 0},
         {"Destination Directory", "The destination directory must be specified", 0}}},
       {"missing tool", dir_.Join("gone.exe"), "SourceDir=/src|DestDir=/dst", {not_found}},
       {"a directory is no tool", dir_.path(), "SourceDir=/src|DestDir=/dst", {not_found}},
+      // clang-format on
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.label);

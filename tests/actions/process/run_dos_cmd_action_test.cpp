@@ -61,13 +61,5 @@ TEST_F(RunDosCMDActionTest, DoscmdNamesTheInterpreter) {
   EXPECT_EQ(host_.Texts(stInfo), (Lines{"[-c]", "[make  all]"}));
 }
 
-TEST_F(RunDosCMDActionTest, ValidationNamesTheDosCommand) {
-  EXPECT_EQ(host_.Validate(action_),
-            (std::vector<ValidationError>{{"DOS Command", "The DOS command has not been set", 0}}));
-  action_.SetCommand("make");
-  EXPECT_TRUE(host_.Validate(action_).empty());
-  EXPECT_EQ(action_.GetFormattedDescription(), "Run DOS Command / Batch File [ make ]");
-}
-
 }  // namespace
 }  // namespace brivant::testing

@@ -205,15 +205,6 @@ TEST_F(RunProgramActionTest, StopRequestIsTerminatedByUser) {
   EXPECT_EQ(host_.Texts(stError), (Lines{"Program returned code  : 999", "Terminated by user"}));
 }
 
-TEST_F(RunProgramActionTest, ValidationAndDescriptionUseTheStoredName) {
-  EXPECT_EQ(
-      host_.Validate(action_),
-      (std::vector<ValidationError>{{"Program", "The program to execute has not been set", 0}}));
-  action_.SetProgramName("%TOOLS%/x");
-  EXPECT_TRUE(host_.Validate(action_).empty());
-  EXPECT_EQ(action_.GetFormattedDescription(), "Execute Program [ %TOOLS%/x ]");
-}
-
 // Counts what is logged instead of keeping it.
 class CountingHost : public TestHost {
  public:

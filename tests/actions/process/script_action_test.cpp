@@ -1,12 +1,12 @@
 #include "actions/process/script_action.h"
 
 #include "host/script_engine.h"
-#include "tests/actions/text/text_action_fixture.h"
+#include "tests/support/action_test.h"
 
 namespace brivant::testing {
 namespace {
 
-class ScriptActionTest : public TextActionTest {
+class ScriptActionTest : public ActionTest {
  protected:
   ScriptActionTest() {
     host_.script_runner = [this](TCustomBVAction& action, const TBVActionScript& script,

@@ -15,8 +15,7 @@
 #include <vector>
 
 #include "package/command_line_builder.h"
-#include "package/custom_bv_action.h"
-#include "package/property_table.h"
+#include "tests/support/action_test.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/test_host.h"
 
@@ -57,31 +56,11 @@ class RecordingBuilder : public TCommandLineBuilder {
   std::vector<Arg> added;
 };
 
-class ToolActionTest : public ::testing::Test {
+class ToolActionTest : public ActionTest {
  protected:
   // Sets a property from its project-file text.
   static void Set(TCustomBVAction& action, const std::string& property, const std::string& text) {
-    const PropertyInfo* info = action.GetPropertyTable().Find(property);
-    ASSERT_NE(info, nullptr) << property;
-    PropertyValue value;
-    std::string error;
-    ASSERT_TRUE(ParsePropertyValue(*info, text, &value, &error)) << property << ": " << error;
-    SetProperty(action, *info, value);
-  }
-  // Sets properties given as "Name=text|Name|..."; a bare name means True.
-  static void SetAll(TCustomBVAction& action, const std::string& settings) {
-    size_t start = 0;
-    while (start < settings.size()) {
-      size_t end = std::min(settings.find('|', start), settings.size());
-      std::string setting = settings.substr(start, end - start);
-      size_t equals = setting.find('=');
-      if (equals == std::string::npos) {
-        Set(action, setting, "True");
-      } else {
-        Set(action, setting.substr(0, equals), setting.substr(equals + 1));
-      }
-      start = end + 1;
-    }
+    SetText(action, property, text);
   }
 
   // Writes an executable script at `path` that writes its working directory
@@ -105,9 +84,6 @@ class ToolActionTest : public ::testing::Test {
 
   // The working directory and the words the stand-in received, one per line.
   std::string RecordedRun() const { return ReadBytes(ArgvFile()); }
-
-  ScopedTempDir dir_;
-  TestHost host_;
 };
 
 }  // namespace brivant::testing

@@ -178,12 +178,5 @@ TEST_F(XCopyActionTest, MissingXCopyStillRemovesTheExclusionFile) {
   EXPECT_TRUE(LeftoverTemporaryFiles().empty());
 }
 
-TEST_F(XCopyActionTest, ValidationNamesBothPaths) {
-  TBVXCopyAction action;
-  EXPECT_EQ(host_.Validate(action),
-            (std::vector<ValidationError>{{"Source", "A source must be specified", 0},
-                                          {"Destination", "A destination must be specified", 0}}));
-}
-
 }  // namespace
 }  // namespace brivant::testing

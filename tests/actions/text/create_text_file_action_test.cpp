@@ -1,11 +1,13 @@
 #include "actions/text/create_text_file_action.h"
 
-#include "tests/actions/text/text_action_fixture.h"
+#include <fstream>
+
+#include "tests/support/action_test.h"
 
 namespace brivant::testing {
 namespace {
 
-class CreateTextFileActionTest : public TextActionTest {
+class CreateTextFileActionTest : public ActionTest {
  protected:
   TBVCreateTextFileAction action_;
 };
@@ -60,14 +62,6 @@ TEST_F(CreateTextFileActionTest, FailedWriteReportsTheSystemReason) {
   EXPECT_FALSE(host_.Run(action_));
   EXPECT_EQ(host_.Texts(stError),
             std::vector<std::string>{"File creation failed: Not a directory"});
-}
-
-TEST_F(CreateTextFileActionTest, ValidationAndDescriptionUseTheFileNamePart) {
-  EXPECT_EQ(host_.Validate(action_),
-            (std::vector<ValidationError>{{"New File Name", "New filename has not been set", 0}}));
-  Set(action_, "NewFileName", std::string("%OUT%/stamp.txt"));
-  EXPECT_EQ(action_.GetFormattedDescription(), "Create Text File [ stamp.txt ]");
-  EXPECT_TRUE(host_.Validate(action_).empty());
 }
 
 TEST_F(CreateTextFileActionTest, UnknownReferenceStopsBeforeWriting) {

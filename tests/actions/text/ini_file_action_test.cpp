@@ -3,12 +3,12 @@
 #include <filesystem>
 
 #include "package/ini_file.h"
-#include "tests/actions/text/text_action_fixture.h"
+#include "tests/support/action_test.h"
 
 namespace brivant::testing {
 namespace {
 
-class IniFileActionTest : public TextActionTest {
+class IniFileActionTest : public ActionTest {
  protected:
   void SetUp() override {
     WriteBytes(Path("a.ini"), "[Main]\r\nName=v\r\nHex=0x10\r\nYes=yes\r\nTwo=2\r\nZero=0\r\n");
@@ -68,20 +68,16 @@ TEST_F(IniFileActionTest, ReadRefusesWhatTheTypeCannotUse) {
     const char* default_value;
     std::vector<std::string> errors;
   } cases[] = {
-      {"Main",
-       vtInteger,
-       "",
+      // clang-format off
+      {"Main", vtInteger, "",
        {"Default Value :  : is not an integer and the Value Type is Integer"}},
-      {"Main",
-       vtInteger,
-       "-99098700",
+      {"Main", vtInteger, "-99098700",
        {"Default Value : -99098700 : is not an integer and the Value Type is Integer"}},
       {"Main", vtBool, "yes", {"Default Value is not True or False and the Value Type is Boolean"}},
       {"   ", vtString, "", {"Unable to Read from Section :    ", "Section Name not specified"}},
-      {"%Nope%",
-       vtString,
-       "",
+      {"%Nope%", vtString, "",
        {"Unable to Read from Section : %Nope%", "Variable \"Nope\" is not defined"}},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.default_value);
@@ -122,16 +118,16 @@ TEST_F(IniFileActionTest, WritesTypedValuesAndRefusesBadOnes) {
     const char* stored;  // nullptr: refused
     std::vector<std::string> errors;
   } cases[] = {
+      // clang-format off
       {"x y", vtString, "x y", {}},
       {"42", vtInteger, "42", {}},
       {"TRUE", vtBool, "1", {}},
       {"0", vtBool, "0", {}},
       {"0x10", vtInteger, nullptr, {"New Value is not an integer : 0x10"}},
       {"", vtInteger, nullptr, {"New Value is not an integer : "}},
-      {"yes",
-       vtBool,
-       nullptr,
+      {"yes", vtBool, nullptr,
        {"Unable to Write to Ini File : " + Path("a.ini"), "'yes' is not a valid boolean value"}},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.value);

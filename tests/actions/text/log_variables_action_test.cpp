@@ -1,11 +1,11 @@
 #include "actions/text/log_variables_action.h"
 
-#include "tests/actions/text/text_action_fixture.h"
+#include "tests/support/action_test.h"
 
 namespace brivant::testing {
 namespace {
 
-class LogVariablesTest : public TextActionTest {
+class LogVariablesTest : public ActionTest {
  protected:
   void SetUp() override {
     host_.Define("A", Variant(int64_t{1}));

@@ -1,12 +1,12 @@
 #include "actions/text/read_text_file_action.h"
 
 #include "package/exceptions.h"
-#include "tests/actions/text/text_action_fixture.h"
+#include "tests/support/action_test.h"
 
 namespace brivant::testing {
 namespace {
 
-class ReadTextFileActionTest : public TextActionTest {
+class ReadTextFileActionTest : public ActionTest {
  protected:
   bool Read(const std::string& file, bool escape = true) {
     Set(action_, "FileName", Path(file));

@@ -1,11 +1,11 @@
 #include "actions/text/replace_variables_action.h"
 
-#include "tests/actions/text/text_action_fixture.h"
+#include "tests/support/action_test.h"
 
 namespace brivant::testing {
 namespace {
 
-class ReplaceVariablesTest : public TextActionTest {
+class ReplaceVariablesTest : public ActionTest {
  protected:
   void SetUp() override { host_.Define("V", Variant("x")); }
   bool Replace(const std::string& file) {

@@ -3,13 +3,13 @@
 #include <filesystem>
 
 #include "host/script_engine.h"
-#include "tests/actions/text/text_action_fixture.h"
+#include "tests/support/action_test.h"
 #include "tests/support/listed_file_set.h"
 
 namespace brivant::testing {
 namespace {
 
-class TextFindActionTest : public TextActionTest {
+class TextFindActionTest : public ActionTest {
  protected:
   TextFindActionTest() {
     host_.script_runner = [this](TCustomBVAction& action, const TBVActionScript& script,
@@ -268,12 +268,6 @@ TEST_F(TextFindActionTest, CountingAcrossBlockEndsMatchesTheWholeText) {
                            [&](const std::string& line) { return line.ends_with(message); }),
               lines.end());
   }
-}
-
-TEST_F(TextFindActionTest, DescriptionShortensLongTexts) {
-  Set(action_, "SearchString", std::string("12345678901"));
-  Set(action_, "SourcePath", std::string("/a/b.txt"));
-  EXPECT_EQ(action_.GetFormattedDescription(), "Text Find [ 12345678901... ]  in [ b.txt ]");
 }
 
 }  // namespace

@@ -2,12 +2,12 @@
 
 #include <filesystem>
 
-#include "tests/actions/text/text_action_fixture.h"
+#include "tests/support/action_test.h"
 
 namespace brivant::testing {
 namespace {
 
-class TextReplaceActionTest : public TextActionTest {
+class TextReplaceActionTest : public ActionTest {
  protected:
   bool Replace(const std::string& search, const std::string& replace) {
     Set(action_, "Filename", Path("in.txt"));

@@ -2,12 +2,12 @@
 
 #include <filesystem>
 
-#include "tests/actions/text/text_action_fixture.h"
+#include "tests/support/action_test.h"
 
 namespace brivant::testing {
 namespace {
 
-class VariablesSaveLoadTest : public TextActionTest {
+class VariablesSaveLoadTest : public ActionTest {
  protected:
   bool Save(const std::vector<std::string>& names, bool erase_section = true) {
     TBVVariablesSaveAction save;

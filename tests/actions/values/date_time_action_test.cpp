@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "package/date_time.h"
+#include "tests/support/action_test.h"
 #include "tests/support/test_host.h"
 
 namespace brivant {
@@ -10,27 +11,23 @@ namespace {
 
 using testing::TestHost;
 
-class DateTimeActionTest : public ::testing::Test {
+class DateTimeActionTest : public testing::ActionTest {
  protected:
   void SetUp() override { host_.Define("D"); }
-  void Set(const char* property, const PropertyValue& value) {
-    SetProperty(action_, *action_.GetPropertyTable().Find(property), value);
-  }
   // Fixes the date to 2009-03-31 14:05:09 and formats it with `format`.
   std::string Format(const std::string& format) {
-    Set("BVVariable", std::string("D"));
-    Set("UseNow", false);
-    Set("TheDate", EncodeDateTime(2009, 3, 31, 14, 5, 9, 0).value);
-    Set("DateFormat", format);
+    Set(action_, "BVVariable", std::string("D"));
+    Set(action_, "UseNow", false);
+    Set(action_, "TheDate", EncodeDateTime(2009, 3, 31, 14, 5, 9, 0).value);
+    Set(action_, "DateFormat", format);
     EXPECT_TRUE(host_.Run(action_));
     return host_.VariableText("D");
   }
-  TestHost host_;
   TDateTimeAction action_;
 };
 
 TEST_F(DateTimeActionTest, DefaultIsTodayAsDayMonthYear) {
-  Set("BVVariable", std::string("D"));
+  Set(action_, "BVVariable", std::string("D"));
   CivilDateTime today = DecodeDateTime(Now());
   ASSERT_TRUE(host_.Run(action_));
   char expected[16];
@@ -49,7 +46,7 @@ TEST_F(DateTimeActionTest, ForcedSeparatorsAreWrittenLiterally) {
       {"dd'/'mm\"/\"yy hh':'nn", "31/03/09 14:05"},
       {"yyyy-mm-dd", "2009-03-31"},
   };
-  Set("ForceSeparators", true);
+  Set(action_, "ForceSeparators", true);
   for (const Case& c : cases) {
     SCOPED_TRACE(c.format);
     EXPECT_EQ(Format(c.format), c.expected);
@@ -73,24 +70,24 @@ TEST_F(DateTimeActionTest, ManipulationMovesTheDateAndIsLogged) {
       {"Add", "Minutes", "%N%", "2009-03-31 14:15:09", "Added 10 minutes"},
   };
   host_.Define("N", Variant(int64_t{10}));
-  Set("ForceSeparators", true);
+  Set(action_, "ForceSeparators", true);
   for (const Case& c : cases) {
     SCOPED_TRACE(std::string(c.type) + " " + c.value + " " + c.unit);
     host_.messages.clear();
-    Set("ManipulationType", int64_t{std::string(c.type) == "Subtract"});
+    Set(action_, "ManipulationType", int64_t{std::string(c.type) == "Subtract"});
     PropertyValue unit;
     std::string error;
     ASSERT_TRUE(ParsePropertyValue(*action_.GetPropertyTable().Find("ManipulationUnit"), c.unit,
                                    &unit, &error));
-    Set("ManipulationUnit", unit);
-    Set("ManipulationValue", std::string(c.value));
+    Set(action_, "ManipulationUnit", unit);
+    Set(action_, "ManipulationValue", std::string(c.value));
     EXPECT_EQ(Format("yyyy-mm-dd hh:nn:ss"), c.expected);
     EXPECT_EQ(host_.Texts(stInfo), std::vector<std::string>{c.log});
   }
 }
 
 TEST_F(DateTimeActionTest, EmptyManipulationValueLogsNothing) {
-  Set("ManipulationValue", std::string(""));
+  Set(action_, "ManipulationValue", std::string(""));
   EXPECT_EQ(Format("dd.mm.yyyy"), "31.03.2009");
   EXPECT_TRUE(host_.Texts(stInfo).empty());
 }
@@ -114,9 +111,9 @@ TEST_F(DateTimeActionTest, FailuresLeaveTheVariableUnchanged) {
     SCOPED_TRACE(c.error);
     host_.messages.clear();
     host_.Define("D", Variant(std::string("before")));
-    Set("BVVariable", std::string(c.variable));
-    Set("DateFormat", std::string(c.format));
-    Set("ManipulationValue", std::string(c.manipulation));
+    Set(action_, "BVVariable", std::string(c.variable));
+    Set(action_, "DateFormat", std::string(c.format));
+    Set(action_, "ManipulationValue", std::string(c.manipulation));
     EXPECT_FALSE(host_.Run(action_));
     EXPECT_EQ(host_.Texts(stError), std::vector<std::string>{c.error});
     EXPECT_EQ(host_.VariableText("D"), "before");
@@ -125,7 +122,7 @@ TEST_F(DateTimeActionTest, FailuresLeaveTheVariableUnchanged) {
 
 TEST_F(DateTimeActionTest, EmptyNameOfADefinedVariableIsRefused) {
   host_.Define("");
-  Set("BVVariable", std::string(" "));
+  Set(action_, "BVVariable", std::string(" "));
   EXPECT_FALSE(host_.Run(action_));
   EXPECT_EQ(host_.Texts(stError), std::vector<std::string>{"Variable name must be specified!"});
 }

@@ -1,11 +1,11 @@
 #include "actions/values/sort_action.h"
 
-#include "tests/actions/text/text_action_fixture.h"
+#include "tests/support/action_test.h"
 
 namespace brivant::testing {
 namespace {
 
-class SortActionTest : public TextActionTest {
+class SortActionTest : public ActionTest {
  protected:
   TBVSortAction action_;
 };
