@@ -31,7 +31,6 @@ std::string ErrorText(int code) {
   return PickErrorText(strerror_r(code, buffer, sizeof buffer), buffer);
 }
 
-
 // Reads until end of file or until `max_bytes` are in `out`; 0 or errno.
 // Reading into a fixed buffer and appending keeps the final probe for end of
 // file from growing a string that was reserved to the exact size.
@@ -134,8 +133,9 @@ int RenameNoReplace(const std::string& from, const std::string& to) {
   return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
 }
 
-OsError MakeOneDirectory(const std::string& directory) {
-  if (::mkdir(directory.c_str(), 0777) == 0) return {};
+OsError MakeOneDirectory(const std::string& directory, bool* created) {
+  *created = ::mkdir(directory.c_str(), 0777) == 0;
+  if (*created) return {};
   int error = errno;
   if (error != EEXIST) return OsError::FromCode(error, directory);
   struct stat info;
@@ -204,8 +204,7 @@ OsResult<AtomicFileWriter> AtomicFileWriter::Begin(const std::string& path,
     ::unlink(temporary.c_str());
     return OsError::FromCode(error, path);
   }
-  return AtomicFileWriter(path, std::move(target), std::move(temporary), file.Release(),
-                          if_exists);
+  return AtomicFileWriter(path, std::move(target), std::move(temporary), file.Release(), if_exists);
 }
 
 AtomicFileWriter::AtomicFileWriter(std::string path, std::string target, std::string temporary,
@@ -304,14 +303,21 @@ bool DirectoryExists(const std::string& path) {
   return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
-OsError CreateDirectories(const std::string& path) {
+OsError CreateDirectories(const std::string& path, bool* created) {
+  bool ignored = false;
+  if (created == nullptr) created = &ignored;
+  *created = false;
   if (path.empty()) return OsError::FromCode(ENOENT, path);
   if (DirectoryExists(path)) return {};
+  // Where `path` itself ends: "a/b/" is made as "a/b".
+  const size_t stem = path.find_last_not_of('/') + 1;
   // Every prefix ending before a '/', then the whole path. Trying mkdir
   // before looking means a directory made concurrently by another process
   // is simply found to exist, not reported as a failure.
   for (size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
-    if (OsError error = MakeOneDirectory(path.substr(0, end))) return error;
+    bool made = false;
+    if (OsError error = MakeOneDirectory(path.substr(0, end), &made)) return error;
+    if ((end == std::string::npos ? path.size() : end) == stem) *created = made;
     if (end == std::string::npos) return {};
   }
 }

@@ -163,7 +163,8 @@ class AtomicFileWriter {
 /// Creates `path` and every missing parent, like `mkdir -p`. Existing
 /// directories are fine. The error names the directory that could not be
 /// created; a component that exists but is not a directory gives ENOTDIR.
-[[nodiscard]] OsError CreateDirectories(const std::string& path);
+/// `*created`, when given, tells whether this call made `path` itself.
+[[nodiscard]] OsError CreateDirectories(const std::string& path, bool* created = nullptr);
 
 /// Renames a file or directory with rename(2) semantics. With kFail an
 /// existing target is never replaced and the result is EEXIST; on file

@@ -15,4 +15,10 @@ platform::OsError TCopyFilesAction::DoCopyMove(const std::string& source,
                                         CancelFlag());
 }
 
+std::optional<platform::OsError> TCopyFilesAction::DoCopyMoveToNewTarget(
+    const std::string& source, const std::string& target) {
+  return platform::CopyFileWithProgress(source, target, /*fail_if_exists=*/true, ProgressRoutine(),
+                                        CancelFlag());
+}
+
 }  // namespace brivant

@@ -23,6 +23,8 @@ class TCopyFilesAction : public TCustomCopyFilesAction {
   std::string VerbTrans() const override { return "Copying"; }
   // Keeps the last-write time and mode; a cancelled copy leaves no target.
   platform::OsError DoCopyMove(const std::string& source, const std::string& target) override;
+  std::optional<platform::OsError> DoCopyMoveToNewTarget(const std::string& source,
+                                                         const std::string& target) override;
   std::string VerbPast() const override { return "Copied"; }
 };
 

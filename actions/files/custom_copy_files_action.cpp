@@ -123,6 +123,7 @@ void TCustomCopyFilesAction::GetPropertyHelp(TStrings& list) const {
 
 bool TCustomCopyFilesAction::Execute() {
   last_forced_directory_.clear();
+  forced_directory_was_new_ = false;
   files_affected_ = 0;
   cancel_ = false;
   std::string source;
@@ -206,7 +207,8 @@ bool TCustomCopyFilesAction::DoRecursiveCopyMove(const std::string& spec, const 
     // Every file of a directory goes to the same place: create it once.
     if (force_ && !destination_directory.empty() &&
         destination_directory != last_forced_directory_) {
-      if (platform::OsError error = platform::CreateDirectories(destination_directory))
+      if (platform::OsError error =
+              platform::CreateDirectories(destination_directory, &forced_directory_was_new_))
         return FailFile(source, destination, kWin32Error + error.message);
       last_forced_directory_ = destination_directory;
     }
@@ -224,8 +226,7 @@ void TCustomCopyFilesAction::CopySubdirectories(const std::string& directory,
   // recursive copy. It finds the same directories, hidden ones included, and
   // reports links as links, which are never entered.
   const std::string listed = directory.empty() ? "." : directory;
-  platform::OsResult<std::vector<platform::DirectoryEntry>> found =
-      platform::ListDirectory(listed);
+  platform::OsResult<std::vector<platform::DirectoryEntry>> found = platform::ListDirectory(listed);
   // No directory there, or a file in its place, has no subdirectories.
   if (!found.IsOk() && (found.Error().code == ENOENT || found.Error().code == ENOTDIR)) return;
   if (!found.IsOk()) {
@@ -244,34 +245,67 @@ void TCustomCopyFilesAction::CopySubdirectories(const std::string& directory,
   }
 }
 
+TCustomCopyFilesAction::ExistingTarget TCustomCopyFilesAction::JudgeExistingTarget(
+    const std::string& source, const std::string& target) {
+  if (!platform::FileExists(target)) return ExistingTarget::kProceed;
+  if (fail_if_exists_) {
+    FailFile(source, target, "File Already Exists!");
+    return ExistingTarget::kFail;
+  }
+  if (!overwrite_) {
+    SendMessage("Skipping existing file " + target, stInfo);
+    return ExistingTarget::kSkip;
+  }
+  platform::OsResult<uint32_t> attributes = platform::GetFileAttributes(target);
+  if (attributes.IsOk() && (attributes.Value() & platform::kFileAttributeReadOnly) != 0) {
+    if (!overwrite_read_only_) {
+      FailFile(source, target, "File Already Exists and is marked as Read Only");
+      return ExistingTarget::kFail;
+    }
+    const uint32_t writable = clear_attributes_
+                                  ? platform::kFileAttributeNormal
+                                  : attributes.Value() & ~platform::kFileAttributeReadOnly;
+    // The source under another name (a link to it) is neither copied nor
+    // moved onto itself, so its mode stays too.
+    const bool other_name = source != target && platform::IsSameFile(source, target);
+    if (platform::OsError error =
+            other_name ? platform::OsError{} : platform::SetFileAttributes(target, writable)) {
+      FailFile(source, target, kWin32Error + error.message);
+      return ExistingTarget::kFail;
+    }
+  }
+  return ExistingTarget::kProceed;
+}
+
+std::optional<platform::OsError> TCustomCopyFilesAction::DoCopyMoveToNewTarget(
+    const std::string& /*source*/, const std::string& /*target*/) {
+  return std::nullopt;
+}
+
 bool TCustomCopyFilesAction::ProcessFile(const std::string& source, const std::string& target) {
-  if (platform::FileExists(target)) {
-    if (fail_if_exists_) return FailFile(source, target, "File Already Exists!");
-    if (!overwrite_) {
-      SendMessage("Skipping existing file " + target, stInfo);
-      return true;
-    }
-    platform::OsResult<uint32_t> attributes = platform::GetFileAttributes(target);
-    if (attributes.IsOk() && (attributes.Value() & platform::kFileAttributeReadOnly) != 0) {
-      if (!overwrite_read_only_)
-        return FailFile(source, target, "File Already Exists and is marked as Read Only");
-      const uint32_t writable = clear_attributes_
-                                    ? platform::kFileAttributeNormal
-                                    : attributes.Value() & ~platform::kFileAttributeReadOnly;
-      // The source under another name (a link to it) is neither copied nor
-      // moved onto itself, so its mode stays too.
-      const bool other_name = source != target && platform::IsSameFile(source, target);
-      if (platform::OsError error =
-              other_name ? platform::OsError{} : platform::SetFileAttributes(target, writable))
-        return FailFile(source, target, kWin32Error + error.message);
-    }
+  // In a directory this run has just made, the look for an existing target
+  // is left to the copy, which refuses to replace one, and made only when the
+  // copy finds one there: it saves a lookup per file of a new tree.
+  const bool expect_new = forced_directory_was_new_ && !last_forced_directory_.empty() &&
+                          ExtractFilePath(target) == last_forced_directory_;
+  if (!expect_new) {
+    ExistingTarget verdict = JudgeExistingTarget(source, target);
+    if (verdict != ExistingTarget::kProceed) return verdict == ExistingTarget::kSkip;
   }
 
   last_percent_ = 0;
   progress_text_ = VerbTrans() + " File : " + source + " to : " + target;
   SendProgress(progress_text_, 0);
-  if (platform::OsError error = DoCopyMove(source, target))
-    return FailFile(source, target, kWin32Error + error.message);
+  std::optional<platform::OsError> result;
+  if (expect_new) result = DoCopyMoveToNewTarget(source, target);
+  if (!result || result->code == EEXIST) {
+    if (expect_new) {
+      ExistingTarget verdict = JudgeExistingTarget(source, target);
+      if (verdict != ExistingTarget::kProceed) return verdict == ExistingTarget::kSkip;
+    }
+    result = DoCopyMove(source, target);
+  }
+  if (*result) return FailFile(source, target, kWin32Error + result->message);
 
   ++files_affected_;
   if (clear_attributes_) {

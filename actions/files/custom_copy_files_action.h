@@ -14,6 +14,7 @@
 #include <atomic>
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <string>
 
 #include "package/custom_bv_action.h"
@@ -43,6 +44,10 @@ class TCustomCopyFilesAction : public TBVAction {
   virtual bool ProcessFile(const std::string& source, const std::string& target);
   // Copies or moves one file; the error of the platform call on failure.
   virtual platform::OsError DoCopyMove(const std::string& source, const std::string& target) = 0;
+  // DoCopyMove for a target that should not exist yet: EEXIST when it does,
+  // nothing replaced. Nothing when the class always judges a target first.
+  virtual std::optional<platform::OsError> DoCopyMoveToNewTarget(const std::string& source,
+                                                                 const std::string& target);
   // The past form of the verb ("Copied").
   virtual std::string VerbPast() const = 0;
 
@@ -75,6 +80,9 @@ class TCustomCopyFilesAction : public TBVAction {
   // Logs the failed file and `reason`, closing the file group first; false.
   bool FailFile(const std::string& source, const std::string& target, const std::string& reason);
   void CloseFileGroup();
+  enum class ExistingTarget { kProceed, kSkip, kFail };
+  // The decision table for a target that may exist; skips and failures logged.
+  ExistingTarget JudgeExistingTarget(const std::string& source, const std::string& target);
   // Appends those of `lines` ("Name=text") whose property this class publishes.
   void AddPublishedLines(TStrings& list, std::initializer_list<std::string> lines) const;
 
@@ -88,8 +96,11 @@ class TCustomCopyFilesAction : public TBVAction {
   bool recurse_ = false;
   bool clear_attributes_ = false;
   bool fail_if_zero_files_ = true;
-  // The destination directory Force created last in this run.
+  // The destination directory Force created last in this run, and whether
+  // it was new then: such a directory holds no target but what this action
+  // puts there or another process writes meanwhile.
   std::string last_forced_directory_;
+  bool forced_directory_was_new_ = false;
   int32_t files_affected_ = 0;
   bool log_files_affected_ = true;
 
