@@ -27,7 +27,7 @@ TEST(PipeOrder, LinesLoggedBeforeAProgramStartsComeBeforeItsOutput) {
   char buffer[4096];
   for (size_t got; (got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, got);
   EXPECT_EQ(::pclose(pipe), 0);
-  EXPECT_EQ(out, "== Run DOS Command / Batch File\nfrom-child\nbuild succeeded\n");
+  EXPECT_EQ(out.substr(0, out.find("summary:")), "== Run DOS Command / Batch File\nfrom-child\n");
 }
 
 }  // namespace
