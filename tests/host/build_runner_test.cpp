@@ -401,14 +401,6 @@ TEST_F(BuildRunnerTest, ContainerWhoseConditionFailsSkipsItsChildren) {
   EXPECT_EQ(after_last_calls_, 1);
 }
 
-TEST_F(BuildRunnerTest, UnknownReferenceFailsTheActionNamingTheProperty) {
-  project_.actions = List(Node("Echo", Log("%MISSING%")));
-  EXPECT_EQ(Run(),
-            (std::vector<std::string>{
-                "start Echo", "stError: Unable to expand Text: Variable \"MISSING\" is not defined",
-                "end Echo failed", "build failed"}));
-}
-
 TEST_F(BuildRunnerTest, DefinesOverrideDeclaredVariablesInTheirTypeAndCreateStrings) {
   project_.variables = {{"OutDir", Variant("out"), 1}, {"Count", Variant(int64_t{1}), 2}};
   project_.actions = List(Node("Echo", Log("%OUTDIR% %count% %NEW% %DOSCMD%")));
