@@ -145,6 +145,27 @@ TEST_F(CliTest, CommandsAnswerWithTheirStatusAndTexts) {
   testing::WriteBytes(temp_.Join("typo.bvproj"),
                       "<Project>\n<Actions>\n<Action Class=\"TTestEchoAction\">\n"
                       "<Property Name=\"Txt\">x</Property>\n</Action>\n</Actions>\n</Project>\n");
+  testing::WriteBytes(temp_.Join("vars.bvproj"), R"(<Project>
+  <Variables><Variable Name="SOURCE" Value="s"/></Variables>
+  <FileSets><FileSet Name="Sources" BaseDir="."><Include>*</Include></FileSet></FileSets>
+  <Actions>
+    <Action Class="TDeleteFilesAction" Title="Clean"><Property Name="FileSpec">%SORCE%/%HOME%/$(NUMBER)/%GIVEN%</Property></Action>
+    <Action Class="TBVRandomNumberAction"><Property Name="Variable">NUMBER</Property></Action>
+    <Action Class="TDeleteFilesAction" Title="Later"><Property Name="FileSpec">$(NUMBER)</Property></Action>
+    <Action Class="TFileIterator" Title="Each">
+      <Property Name="UseFileSet">True</Property>
+      <Property Name="FileSetName">Sourcs</Property>
+      <Actions><Action Class="TDeleteFilesAction"><Property Name="FileSpec">%Missing%</Property></Action></Actions>
+    </Action>
+    <Action Class="TIniFileIterator" Title="Keys">
+      <Property Name="IniFilename">s.ini</Property>
+      <Property Name="IteratorMode">iiValues</Property>
+      <Property Name="SectionName">Plan</Property>
+      <Property Name="NameVariable">KEY</Property>
+      <Actions><Action Class="TDeleteFilesAction"><Property Name="FileSpec">%KEY%</Property></Action></Actions>
+    </Action>
+  </Actions>
+</Project>)");
   const std::string typo =
       "brivant: typo.bvproj:4: unknown property 'Txt' of TTestEchoAction (did you mean 'Text'?)\n";
   const std::vector<Row> rows = {
@@ -192,6 +213,21 @@ TEST_F(CliTest, CommandsAnswerWithTheirStatusAndTexts) {
       {"validate an invalid project", kWithTest, "validate typo.bvproj", 2, "", typo},
       {"describe an invalid project", kWithTest, "describe typo.bvproj", 2, "", typo},
       {"run an invalid project", kWithTest, "run typo.bvproj", 2, "", typo},
+      // Mistakes only the whole project shows, each named by line and XML
+      // property; variables a run would know (-D, an earlier action's output,
+      // the environment) are no mistake.
+      {"validate finds undefined variables and file sets", kWithReal,
+       "validate -D GIVEN=1 vars.bvproj", 1,
+       "vars.bvproj:5: warning: Clean: FileSpec: reference to undefined variable 'SORCE' (did "
+       "you mean 'SOURCE'?)\n"
+       "vars.bvproj:5: warning: Clean: FileSpec: reference to undefined variable 'NUMBER'\n"
+       "vars.bvproj:8: warning: Each: VariableName: the loop sets no variable, so its actions "
+       "cannot tell one pass from the next\n"
+       "vars.bvproj:10: Each: FileSetName: file set 'Sourcs' is not declared in the project "
+       "(did you mean 'Sources'?)\n"
+       "vars.bvproj:11: warning: Delete File(s): FileSpec: reference to undefined variable "
+       "'Missing'\n",
+       ""},
       {"missing project", kWithTest, "describe nothing.bvproj", 2, "",
        "brivant: nothing.bvproj: No such file or directory\n"},
       {"-C", kWithTest, "-C sub run p.bvproj --log json", 0, "...hello world...", ""},
@@ -237,45 +273,6 @@ TEST_F(CliTest, ActionReferenceMatchesThePropertyTables) {
   outcome = WithRealPackages("reference --check pages");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.out, "pages/misc.md: out of date; run 'brivant reference pages'\n");
-}
-
-// Mistakes only the whole project shows, each named by line and XML property;
-// variables a run would know (-D, an earlier action's output, the
-// environment) are no mistake.
-TEST_F(CliTest, ValidateFindsUndefinedVariablesAndFileSets) {
-  std::string project = WriteProject(R"(<Project>
-  <Variables><Variable Name="SOURCE" Value="s"/></Variables>
-  <FileSets><FileSet Name="Sources" BaseDir="."><Include>*</Include></FileSet></FileSets>
-  <Actions>
-    <Action Class="TDeleteFilesAction" Title="Clean"><Property Name="FileSpec">%SORCE%/%HOME%/$(NUMBER)/%GIVEN%</Property></Action>
-    <Action Class="TBVRandomNumberAction"><Property Name="Variable">NUMBER</Property></Action>
-    <Action Class="TDeleteFilesAction" Title="Later"><Property Name="FileSpec">$(NUMBER)</Property></Action>
-    <Action Class="TFileIterator" Title="Each">
-      <Property Name="UseFileSet">True</Property>
-      <Property Name="FileSetName">Sourcs</Property>
-      <Actions><Action Class="TDeleteFilesAction"><Property Name="FileSpec">%Missing%</Property></Action></Actions>
-    </Action>
-    <Action Class="TIniFileIterator" Title="Keys">
-      <Property Name="IniFilename">s.ini</Property>
-      <Property Name="IteratorMode">iiValues</Property>
-      <Property Name="SectionName">Plan</Property>
-      <Property Name="NameVariable">KEY</Property>
-      <Actions><Action Class="TDeleteFilesAction"><Property Name="FileSpec">%KEY%</Property></Action></Actions>
-    </Action>
-  </Actions>
-</Project>)");
-  Outcome outcome = WithRealPackages("validate -D GIVEN=1 " + project);
-  EXPECT_EQ(outcome.status, 1) << outcome.err;
-  EXPECT_EQ(outcome.out,
-            "p.bvproj:5: warning: Clean: FileSpec: reference to undefined variable 'SORCE' (did "
-            "you mean 'SOURCE'?)\n"
-            "p.bvproj:5: warning: Clean: FileSpec: reference to undefined variable 'NUMBER'\n"
-            "p.bvproj:8: warning: Each: VariableName: the loop sets no variable, so its actions "
-            "cannot tell one pass from the next\n"
-            "p.bvproj:10: Each: FileSetName: file set 'Sourcs' is not declared in the project "
-            "(did you mean 'Sources'?)\n"
-            "p.bvproj:11: warning: Delete File(s): FileSpec: reference to undefined variable "
-            "'Missing'\n");
 }
 
 // The generated completions parse in their shells and complete class names
