@@ -33,6 +33,27 @@ struct Outcome {
 
 std::string Quoted(const std::string& text) { return "'" + text + "'"; }
 
+// One command line and what it must answer. An expected text ending in "..."
+// is the start of the actual one; one also starting with "..." a part of it.
+struct Row {
+  std::string label;
+  std::string environment;
+  std::string arguments;
+  int status;
+  std::string out;
+  std::string err;
+};
+
+bool Fits(const std::string& actual, const std::string& expected) {
+  if (!expected.ends_with("...")) return actual == expected;
+  std::string part = expected.substr(0, expected.size() - 3);
+  if (part.starts_with("...")) return actual.find(part.substr(3)) != std::string::npos;
+  return actual.starts_with(part);
+}
+
+const std::string kWithTest = "NO_COLOR=1 BRIVANT_PACKAGE_PATH=" + Quoted(kTestPackageDir);
+const std::string kWithReal = "env -u BRIVANT_PACKAGE_PATH";
+
 class CliTest : public ::testing::Test {
  protected:
   // Runs `brivant <arguments>` in the temporary directory. `environment` is
@@ -64,18 +85,24 @@ class CliTest : public ::testing::Test {
   }
 
   // With only the test package loaded.
-  Outcome WithTestPackage(const std::string& arguments) {
-    return Brivant(arguments, "NO_COLOR=1 BRIVANT_PACKAGE_PATH=" + Quoted(kTestPackageDir));
-  }
+  Outcome WithTestPackage(const std::string& arguments) { return Brivant(arguments, kWithTest); }
 
   // With the packages found beside the binary.
-  Outcome WithRealPackages(const std::string& arguments) {
-    return Brivant(arguments, "env -u BRIVANT_PACKAGE_PATH");
-  }
+  Outcome WithRealPackages(const std::string& arguments) { return Brivant(arguments, kWithReal); }
 
   std::string WriteProject(const std::string& text) {
     testing::WriteBytes(temp_.Join("p.bvproj"), text);
     return "p.bvproj";
+  }
+
+  void ExpectRows(const std::vector<Row>& rows) {
+    for (const Row& row : rows) {
+      SCOPED_TRACE(row.label + ": brivant " + row.arguments);
+      Outcome outcome = Brivant(row.arguments, row.environment);
+      EXPECT_EQ(outcome.status, row.status) << outcome.err;
+      EXPECT_PRED2(Fits, outcome.out, row.out);
+      EXPECT_PRED2(Fits, outcome.err, row.err);
+    }
   }
 
   testing::ScopedTempDir temp_;
@@ -104,107 +131,21 @@ const char kEchoProject[] = R"(<Project>
 </Project>
 )";
 
-TEST_F(CliTest, ListPrintsOneTabSeparatedLinePerAction) {
-  Outcome outcome = WithTestPackage("list");
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.out,
-            "Testing\tTTestEchoAction\tEcho Text\tPlugins\\EchoText.html\n"
-            "Loops\tTTestRepeatAction\tRepeat\t\n");
-  EXPECT_EQ(outcome.err, "");
-}
-
-TEST_F(CliTest, ListFiltersByCategory) {
-  Outcome outcome = WithTestPackage("list --category loops");
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.out, "Loops\tTTestRepeatAction\tRepeat\t\n");
-
-  outcome = WithTestPackage("list --category Loop");
-  EXPECT_EQ(outcome.status, 2);
-  EXPECT_EQ(outcome.out, "");
-  EXPECT_EQ(outcome.err, "brivant: unknown category 'Loop' (did you mean 'Loops'?)\n");
-}
-
-TEST_F(CliTest, PropsPrintsEveryPublishedProperty) {
-  Outcome outcome = WithTestPackage("props TTestEchoAction");
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.err, "");
-  EXPECT_EQ(outcome.out,
-            "# TTestEchoAction (Echo Text): see docs/actions/testing.md\n"
-            "# name\ttype\tdefault\tflags\tdisplay text\thelp\n"
-            "Text\tstring\thello\tstored\tText To Echo\tThe text written to the log\n"
-            "Repeat\tInteger\t1\tstored\tRepeat Count\tHow many times the text is written\n"
-            "Tone\tTTestTone (ttCalm, ttLoud)\tttCalm\tstored\tTone\t\n"
-            "Channels\tset of TTestChannel (tcLog, tcVariable)\ttcLog\tstored\t\t\n"
-            "Lines\tTStrings\t\tstored\tExtra Lines\t\n"
-            "Message\tstring\thello\tnot stored\t\t\n"
-            "LinesWritten\tInteger\t0\tstored,read-only,hidden\t\t\n");
-
-  outcome = WithTestPackage("props --json TTestRepeatAction");
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.out,
-            "{\"class\":\"TTestRepeatAction\",\"category\":\"Loops\",\"displayName\":\"Repeat\","
-            "\"properties\":[{\"name\":\"BVVariable\",\"type\":\"TVariableName\",\"default\":\"\","
-            "\"flags\":\"stored,hidden\",\"displayText\":\"\",\"help\":\"\"},{\"name\":\"Count\","
-            "\"type\":\"Integer\",\"default\":\"2\",\"flags\":\"stored\",\"displayText\":\"\","
-            "\"help\":\"\"}]}\n");
-}
-
-// The reference in docs/actions lists every registered action with exactly
-// its property table; a table changed without the pages fails here.
-TEST_F(CliTest, ActionReferenceMatchesThePropertyTables) {
-  Outcome outcome =
-      WithRealPackages("reference --check " + Quoted(BRIVANT_SOURCE_DIR "/docs/actions"));
-  EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
-  // And a page that lost an action is found.
-  std::filesystem::copy(BRIVANT_SOURCE_DIR "/docs/actions", temp_.Join("pages"));
-  testing::WriteBytes(temp_.Join("pages/misc.md"), "# Misc\n");
-  outcome = WithRealPackages("reference --check pages");
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.out, "pages/misc.md: out of date; run 'brivant reference pages'\n");
-}
-
-TEST_F(CliTest, PropsOfAnUnknownClassSuggestsOne) {
-  Outcome outcome = WithTestPackage("props TTestEchoActon");
-  EXPECT_EQ(outcome.status, 2);
-  EXPECT_EQ(outcome.out, "");
-  EXPECT_EQ(outcome.err,
-            "brivant: unknown action class 'TTestEchoActon' (did you mean 'TTestEchoAction'?)\n");
-}
-
-TEST_F(CliTest, DescribePrintsTheIndentedTree) {
-  Outcome outcome = WithTestPackage("describe " + WriteProject(kEchoProject));
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.err, "");
-  EXPECT_EQ(outcome.out,
-            "Echo Text [ hello %WHO% ]\n"
-            "(disabled) Shout: Echo Text [ hello ]\n"
-            "Twice: Repeat [ 2 times ]\n"
-            "  Inner: Echo Text [ again ]\n");
-}
-
-TEST_F(CliTest, ValidateListsProblemsOfEnabledActions) {
-  std::string project = WriteProject(R"(<Project><Actions>
+TEST_F(CliTest, CommandsAnswerWithTheirStatusAndTexts) {
+  WriteProject(kEchoProject);
+  std::filesystem::create_directory(temp_.Join("sub"));
+  testing::WriteBytes(temp_.Join("sub/p.bvproj"), kEchoProject);
+  testing::WriteBytes(temp_.Join("bad.bvproj"), R"(<Project><Actions>
     <Action Class="TTestEchoAction" Title="Say nothing"><Property Name="Text"></Property></Action>
     <Action Class="TTestEchoAction" Enabled="False"><Property Name="Text"/></Action>
     <Action Class="TTestRepeatAction"><Actions>
       <Action Class="TTestEchoAction"><Property Name="Text"/></Action>
     </Actions></Action>
   </Actions></Project>)");
-  Outcome outcome = WithTestPackage("validate " + project);
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.err, "");
-  EXPECT_EQ(outcome.out,
-            "p.bvproj:2: Say nothing: Text To Echo: The text has not been set\n"
-            "p.bvproj:4: warning: Repeat: BVVariable: the loop sets no variable, so its actions "
-            "cannot tell one pass from the next\n"
-            "p.bvproj:5: Echo Text: Text To Echo: The text has not been set\n");
-}
-
-// Mistakes only the whole project shows, each named by line and XML property;
-// variables a run would know (-D, an earlier action's output, the
-// environment) are no mistake.
-TEST_F(CliTest, ValidateFindsUndefinedVariablesAndFileSets) {
-  std::string project = WriteProject(R"(<Project>
+  testing::WriteBytes(temp_.Join("typo.bvproj"),
+                      "<Project>\n<Actions>\n<Action Class=\"TTestEchoAction\">\n"
+                      "<Property Name=\"Txt\">x</Property>\n</Action>\n</Actions>\n</Project>\n");
+  testing::WriteBytes(temp_.Join("vars.bvproj"), R"(<Project>
   <Variables><Variable Name="SOURCE" Value="s"/></Variables>
   <FileSets><FileSet Name="Sources" BaseDir="."><Include>*</Include></FileSet></FileSets>
   <Actions>
@@ -225,95 +166,113 @@ TEST_F(CliTest, ValidateFindsUndefinedVariablesAndFileSets) {
     </Action>
   </Actions>
 </Project>)");
-  Outcome outcome = WithRealPackages("validate -D GIVEN=1 " + project);
-  EXPECT_EQ(outcome.status, 1) << outcome.err;
-  EXPECT_EQ(outcome.out,
-            "p.bvproj:5: warning: Clean: FileSpec: reference to undefined variable 'SORCE' (did "
-            "you mean 'SOURCE'?)\n"
-            "p.bvproj:5: warning: Clean: FileSpec: reference to undefined variable 'NUMBER'\n"
-            "p.bvproj:8: warning: Each: VariableName: the loop sets no variable, so its actions "
-            "cannot tell one pass from the next\n"
-            "p.bvproj:10: Each: FileSetName: file set 'Sourcs' is not declared in the project "
-            "(did you mean 'Sources'?)\n"
-            "p.bvproj:11: warning: Delete File(s): FileSpec: reference to undefined variable "
-            "'Missing'\n");
-}
-
-TEST_F(CliTest, ValidateOfAGoodProjectSaysSo) {
-  Outcome outcome = WithTestPackage("validate " + WriteProject(kEchoProject));
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.out, "no problems\n");
-}
-
-TEST_F(CliTest, InvalidProjectIsAUsageErrorNamingFileAndLine) {
-  std::string project = WriteProject(
-      "<Project>\n<Actions>\n<Action Class=\"TTestEchoAction\">\n"
-      "<Property Name=\"Txt\">x</Property>\n</Action>\n</Actions>\n</Project>\n");
-  const std::string expected =
-      "brivant: p.bvproj:4: unknown property 'Txt' of TTestEchoAction (did you mean 'Text'?)\n";
-  for (const char* command : {"validate", "describe", "run"}) {
-    SCOPED_TRACE(command);
-    Outcome outcome = WithTestPackage(std::string(command) + " " + project);
-    EXPECT_EQ(outcome.status, 2);
-    EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(outcome.err, expected);
-  }
-}
-
-TEST_F(CliTest, MissingProjectIsAUsageError) {
-  Outcome outcome = WithTestPackage("describe nothing.bvproj");
-  EXPECT_EQ(outcome.status, 2);
-  EXPECT_EQ(outcome.err, "brivant: nothing.bvproj: No such file or directory\n");
-}
-
-TEST_F(CliTest, UsageErrorsExitWithTwo) {
-  WriteProject(kEchoProject);
-  struct Case {
-    const char* label;
-    std::string arguments;
-    std::string error_start;  // the first line of standard error
-  };
-  const std::vector<Case> cases = {
-      {"no command", "",
+  const std::string typo =
+      "brivant: typo.bvproj:4: unknown property 'Txt' of TTestEchoAction (did you mean 'Text'?)\n";
+  const std::vector<Row> rows = {
+      {"list", kWithTest, "list", 0,
+       "Testing\tTTestEchoAction\tEcho Text\tPlugins\\EchoText.html\n"
+       "Loops\tTTestRepeatAction\tRepeat\t\n",
+       ""},
+      {"list a category", kWithTest, "list --category loops", 0,
+       "Loops\tTTestRepeatAction\tRepeat\t\n", ""},
+      {"list a mistyped category", kWithTest, "list --category Loop", 2, "",
+       "brivant: unknown category 'Loop' (did you mean 'Loops'?)\n"},
+      {"props", kWithTest, "props TTestEchoAction", 0,
+       "# TTestEchoAction (Echo Text): see docs/actions/testing.md\n"
+       "# name\ttype\tdefault\tflags\tdisplay text\thelp\n"
+       "Text\tstring\thello\tstored\tText To Echo\tThe text written to the log\n"
+       "Repeat\tInteger\t1\tstored\tRepeat Count\tHow many times the text is written\n"
+       "Tone\tTTestTone (ttCalm, ttLoud)\tttCalm\tstored\tTone\t\n"
+       "Channels\tset of TTestChannel (tcLog, tcVariable)\ttcLog\tstored\t\t\n"
+       "Lines\tTStrings\t\tstored\tExtra Lines\t\n"
+       "Message\tstring\thello\tnot stored\t\t\n"
+       "LinesWritten\tInteger\t0\tstored,read-only,hidden\t\t\n",
+       ""},
+      {"props as JSON", kWithTest, "props --json TTestRepeatAction", 0,
+       "{\"class\":\"TTestRepeatAction\",\"category\":\"Loops\",\"displayName\":\"Repeat\","
+       "\"properties\":[{\"name\":\"BVVariable\",\"type\":\"TVariableName\",\"default\":\"\","
+       "\"flags\":\"stored,hidden\",\"displayText\":\"\",\"help\":\"\"},{\"name\":\"Count\","
+       "\"type\":\"Integer\",\"default\":\"2\",\"flags\":\"stored\",\"displayText\":\"\","
+       "\"help\":\"\"}]}\n",
+       ""},
+      {"props of a mistyped class", kWithTest, "props TTestEchoActon", 2, "",
+       "brivant: unknown action class 'TTestEchoActon' (did you mean 'TTestEchoAction'?)\n"},
+      {"describe", kWithTest, "describe p.bvproj", 0,
+       "Echo Text [ hello %WHO% ]\n"
+       "(disabled) Shout: Echo Text [ hello ]\n"
+       "Twice: Repeat [ 2 times ]\n"
+       "  Inner: Echo Text [ again ]\n",
+       ""},
+      {"validate a good project", kWithTest, "validate p.bvproj", 0, "no problems\n", ""},
+      {"validate lists problems of enabled actions", kWithTest, "validate bad.bvproj", 1,
+       "bad.bvproj:2: Say nothing: Text To Echo: The text has not been set\n"
+       "bad.bvproj:4: warning: Repeat: BVVariable: the loop sets no variable, so its actions "
+       "cannot tell one pass from the next\n"
+       "bad.bvproj:5: Echo Text: Text To Echo: The text has not been set\n",
+       ""},
+      {"validate an invalid project", kWithTest, "validate typo.bvproj", 2, "", typo},
+      {"describe an invalid project", kWithTest, "describe typo.bvproj", 2, "", typo},
+      {"run an invalid project", kWithTest, "run typo.bvproj", 2, "", typo},
+      // Mistakes only the whole project shows, each named by line and XML
+      // property; variables a run would know (-D, an earlier action's output,
+      // the environment) are no mistake.
+      {"validate finds undefined variables and file sets", kWithReal,
+       "validate -D GIVEN=1 vars.bvproj", 1,
+       "vars.bvproj:5: warning: Clean: FileSpec: reference to undefined variable 'SORCE' (did "
+       "you mean 'SOURCE'?)\n"
+       "vars.bvproj:5: warning: Clean: FileSpec: reference to undefined variable 'NUMBER'\n"
+       "vars.bvproj:8: warning: Each: VariableName: the loop sets no variable, so its actions "
+       "cannot tell one pass from the next\n"
+       "vars.bvproj:10: Each: FileSetName: file set 'Sourcs' is not declared in the project "
+       "(did you mean 'Sources'?)\n"
+       "vars.bvproj:11: warning: Delete File(s): FileSpec: reference to undefined variable "
+       "'Missing'\n",
+       ""},
+      {"missing project", kWithTest, "describe nothing.bvproj", 2, "",
+       "brivant: nothing.bvproj: No such file or directory\n"},
+      {"-C", kWithTest, "-C sub run p.bvproj --log json", 0, "...hello world...", ""},
+      {"help", kWithTest, "--help", 0, "Runs build projects made of actions.\n...", ""},
+      {"version", kWithTest, "--version", 0, "brivant ...", ""},
+      {"no command", kWithTest, "", 2, "",
        "brivant: a command is required: run, validate, list, props, registry, describe, "
-       "reference\n"},
-      {"unknown command", "frobnicate", "brivant: unknown command 'frobnicate'\n"},
-      {"mistyped command", "-C . rnu p.bvproj",
-       "brivant: unknown command 'rnu' (did you mean 'run'?)"},
-      {"missing directory", "-C nowhere list", "brivant: -C: nowhere: No such file or directory"},
-      {"run without a project", "run", "brivant: PROJECT is required"},
-      {"props without a class", "props", "brivant: CLASS is required"},
-      {"define without a value", "run p.bvproj -D WHO",
-       "brivant: -D expects NAME=VALUE, got 'WHO'"},
-      {"define without a name", "run p.bvproj -D =x", "brivant: -D expects NAME=VALUE, got '=x'"},
-      {"unknown log format", "run p.bvproj --log xml", "brivant: --log: "},
-      {"unknown option", "list --all", "brivant: "},
+       "reference\n..."},
+      {"unknown command", kWithTest, "frobnicate", 2, "",
+       "brivant: unknown command 'frobnicate'\n..."},
+      {"mistyped command", kWithTest, "-C . rnu p.bvproj", 2, "",
+       "brivant: unknown command 'rnu' (did you mean 'run'?)..."},
+      {"missing directory", kWithTest, "-C nowhere list", 2, "",
+       "brivant: -C: nowhere: No such file or directory..."},
+      {"run without a project", kWithTest, "run", 2, "", "brivant: PROJECT is required..."},
+      {"props without a class", kWithTest, "props", 2, "", "brivant: CLASS is required..."},
+      {"define without a value", kWithTest, "run p.bvproj -D WHO", 2, "",
+       "brivant: -D expects NAME=VALUE, got 'WHO'..."},
+      {"define without a name", kWithTest, "run p.bvproj -D =x", 2, "",
+       "brivant: -D expects NAME=VALUE, got '=x'..."},
+      {"unknown log format", kWithTest, "run p.bvproj --log xml", 2, "", "brivant: --log: ..."},
+      {"unknown option", kWithTest, "list --all", 2, "", "brivant: ..."},
+      {"no packages is a warning", "BRIVANT_PACKAGE_PATH=" + Quoted(temp_.path()), "list", 0, "",
+       "brivant: warning: no action packages found in " + temp_.path() +
+           " (BRIVANT_PACKAGE_PATH overrides)\n"},
+      {"real package beside the binary", kWithReal, "list --category Misc", 0,
+       "...Misc\tTDateTimeAction\tGet DateTime\tPlugins\\GetDateTime.html\n...", ""},
+      {"props of a mistyped real class", kWithReal, "props TDateTimeActon", 2, "",
+       "brivant: unknown action class 'TDateTimeActon' (did you mean 'TDateTimeAction'?)\n"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.label);
-    Outcome outcome = WithTestPackage(c.arguments);
-    EXPECT_EQ(outcome.status, 2);
-    EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(outcome.err.substr(0, c.error_start.size()), c.error_start) << outcome.err;
-  }
+  ExpectRows(rows);
 }
 
-TEST_F(CliTest, HelpAndVersionSucceed) {
-  Outcome outcome = WithTestPackage("--help");
-  EXPECT_EQ(outcome.status, 0);
-  for (const char* command : {"run", "validate", "list", "props", "describe"})
-    EXPECT_NE(outcome.out.find(std::string("  ") + command + " "), std::string::npos) << command;
-  outcome = WithTestPackage("--version");
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.out.substr(0, 8), "brivant ");
-}
-
-TEST_F(CliTest, DashCRunsAsIfStartedInTheDirectory) {
-  std::filesystem::create_directory(temp_.Join("sub"));
-  testing::WriteBytes(temp_.Join("sub/p.bvproj"), kEchoProject);
-  Outcome outcome = WithTestPackage("-C sub run p.bvproj --log json");
-  EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_NE(outcome.out.find("hello world"), std::string::npos) << outcome.out;
+// The reference in docs/actions lists every registered action with exactly
+// its property table; a table changed without the pages fails here.
+TEST_F(CliTest, ActionReferenceMatchesThePropertyTables) {
+  Outcome outcome =
+      WithRealPackages("reference --check " + Quoted(BRIVANT_SOURCE_DIR "/docs/actions"));
+  EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+  // And a page that lost an action is found.
+  std::filesystem::copy(BRIVANT_SOURCE_DIR "/docs/actions", temp_.Join("pages"));
+  testing::WriteBytes(temp_.Join("pages/misc.md"), "# Misc\n");
+  outcome = WithRealPackages("reference --check pages");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.out, "pages/misc.md: out of date; run 'brivant reference pages'\n");
 }
 
 // The generated completions parse in their shells and complete class names
@@ -334,49 +293,26 @@ TEST_F(CliTest, ShellCompletionsParseAndCompleteClassNames) {
     EXPECT_EQ(outcome.out.substr(start, 4), "TBVF") << outcome.out;
 }
 
-TEST_F(CliTest, NoPackagesIsAWarningNotAFailure) {
-  Outcome outcome = Brivant("list", "BRIVANT_PACKAGE_PATH=" + Quoted(temp_.path()));
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.out, "");
-  EXPECT_EQ(outcome.err, "brivant: warning: no action packages found in " + temp_.path() +
-                             " (BRIVANT_PACKAGE_PATH overrides)\n");
-}
-
-TEST_F(CliTest, RunLogsAsJsonAndAppliesDefines) {
-  Outcome outcome =
-      WithTestPackage("run " + WriteProject(kEchoProject) + " --log json -D WHO=there -D NEW=1");
-  EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_NE(outcome.out.find("{\"event\":\"message\",\"tag\":\"stInfo\",\"text\":\"hello there\","),
-            std::string::npos)
-      << outcome.out;
-  EXPECT_NE(outcome.out.find("{\"event\":\"message\",\"tag\":\"stInfo\",\"text\":\"again\","),
-            std::string::npos)
-      << outcome.out;
-  std::string last_line = outcome.out.substr(outcome.out.rfind('{'));
-  EXPECT_EQ(last_line.rfind("{\"event\":\"build-end\",\"success\":true,", 0), 0u) << last_line;
-}
-
-TEST_F(CliTest, RunStopsWithOneWhenValidationFails) {
-  std::string project = WriteProject(
+// A run logs JSON events with the defines applied; a project that does not
+// validate runs nothing.
+TEST_F(CliTest, RunLogsAsJsonAndStopsWithOneWhenValidationFails) {
+  WriteProject(kEchoProject);
+  testing::WriteBytes(
+      temp_.Join("bad.bvproj"),
       "<Project><Actions><Action Class=\"TTestEchoAction\"><Property Name=\"Text\"/>"
       "</Action></Actions></Project>");
-  Outcome outcome = WithTestPackage("run " + project + " --log json");
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.out.find("\"event\":\"action-start\""), std::string::npos) << outcome.out;
-  EXPECT_NE(outcome.out.find("{\"event\":\"build-end\",\"success\":false,"), std::string::npos)
-      << outcome.out;
-}
-
-TEST_F(CliTest, RealPackageIsFoundBesideTheBinary) {
-  Outcome outcome = WithRealPackages("list --category Misc");
-  EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_NE(outcome.out.find("Misc\tTDateTimeAction\tGet DateTime\tPlugins\\GetDateTime.html\n"),
-            std::string::npos)
-      << outcome.out;
-  outcome = WithRealPackages("props TDateTimeActon");
-  EXPECT_EQ(outcome.status, 2);
-  EXPECT_EQ(outcome.err,
-            "brivant: unknown action class 'TDateTimeActon' (did you mean 'TDateTimeAction'?)\n");
+  const std::string message = R"(...{"event":"message","tag":"stInfo","text":")";
+  const std::string end = R"({"event":"build-end","success":)";
+  ExpectRows({
+      {"defines", kWithTest, "run p.bvproj --log json -D WHO=there -D NEW=1", 0,
+       message + "hello there\",...", ""},
+      {"child", kWithTest, "run p.bvproj --log json", 0, message + "again\",...", ""},
+      {"success last", kWithTest, "run p.bvproj --log json | tail -n 1", 0, end + "true,...", ""},
+      {"failure last", kWithTest, "run bad.bvproj --log json | tail -n 1", 0, end + "false,...",
+       ""},
+      {"nothing runs", kWithTest, "run bad.bvproj --log json | grep -c action-start", 1, "0\n", ""},
+  });
+  EXPECT_EQ(WithTestPackage("run bad.bvproj").status, 1);
 }
 
 // Validation reads the Robocopy tool's location from the options file, as a
@@ -385,22 +321,20 @@ TEST_F(CliTest, ValidateFindsTheRobocopyLocationInTheOptionsFile) {
   std::string tool = temp_.Join("robocopy.exe");
   testing::WriteBytes(tool, "#!/bin/sh\n");
   testing::WriteBytes(temp_.Join("options.ini"), "[Robocopy]\nLocation=" + tool + "\n");
-  std::string project = WriteProject(R"(<Project><Actions>
+  WriteProject(R"(<Project><Actions>
     <Action Class="TBVRobocopyMirrorAction">
       <Property Name="SourceDir">a</Property>
       <Property Name="DestDir">b</Property>
     </Action></Actions></Project>)");
-  Outcome outcome = Brivant("validate " + project, "env -u BRIVANT_PACKAGE_PATH BRIVANT_OPTIONS=" +
-                                                       Quoted(temp_.Join("options.ini")));
-  EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
-  outcome = Brivant("validate " + project, "env -u BRIVANT_PACKAGE_PATH BRIVANT_OPTIONS=" +
-                                               Quoted(temp_.Join("none.ini")));
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(
-      outcome.out,
-      "p.bvproj:2: Robocopy Mirror: Robocopy Options: The Robocopy.exe file path has not been "
-      "specified\n"
-      "p.bvproj:2: Robocopy Mirror: Robocopy Options: The Robocopy.exe file can not be found\n");
+  ExpectRows({
+      {"options file", kWithReal + " BRIVANT_OPTIONS=options.ini", "validate p.bvproj", 0,
+       "no problems\n", ""},
+      {"no options file", kWithReal + " BRIVANT_OPTIONS=none.ini", "validate p.bvproj", 1,
+       "p.bvproj:2: Robocopy Mirror: Robocopy Options: The Robocopy.exe file path has not been "
+       "specified\n"
+       "p.bvproj:2: Robocopy Mirror: Robocopy Options: The Robocopy.exe file can not be found\n",
+       ""},
+  });
 }
 
 // A DOS command that starts two sleeps, the first in a session of its own
@@ -492,92 +426,51 @@ TEST_F(CliTest, ProgramOutputReachesAPipeAsItComes) {
   }
 }
 
-TEST_F(CliTest, ScriptTimeOutOfTheProjectEndsARunawayScript) {
-  testing::WriteBytes(temp_.Join("one.txt"), "line\n");
-  const char* project =
-      "<Project ScriptTimeout=\"%s\"><Actions><Action Class=\"TBVReadTextFileAction\">"
-      "<Property Name=\"FileName\">one.txt</Property>"
-      "<Script Name=\"OnReadLine\">while (true) {}</Script></Action></Actions></Project>";
-  struct Case {
-    const char* timeout;
-    int status;
-    const char* expected;  // in standard output, or standard error for status 2
-  };
-  const Case cases[] = {
-      {"1", 1, "ran longer than the time limit of 1000 ms"},
-      {"0", 2, "p.bvproj:1: ScriptTimeout must be a whole number of seconds from 1 to 31536000"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.timeout);
-    char text[512];
-    std::snprintf(text, sizeof text, project, c.timeout);
-    Outcome outcome = WithRealPackages("run " + WriteProject(text));
-    EXPECT_EQ(outcome.status, c.status) << outcome.err;
-    EXPECT_NE((c.status == 2 ? outcome.err : outcome.out).find(c.expected), std::string::npos)
-        << outcome.out << outcome.err;
-  }
-}
-
-TEST_F(CliTest, ProjectThatIsNoSmallUtf8FileIsRefusedBeforeReading) {
+TEST_F(CliTest, ProjectThatIsNoSmallUtf8FileOrHasABadTimeOutIsRefused) {
   std::filesystem::create_directories(temp_.Join("dir.bvproj"));
   WriteProject("");
   std::filesystem::resize_file(temp_.Join("p.bvproj"), (uint64_t{64} << 20) + 1);
   testing::WriteBytes(temp_.Join("bad.bvproj"),
                       "<Project>\n<Actions>\n<Action Class=\"TTestEchoAction\" Title=\"a\xff\"/>"
                       "\n</Actions></Project>\n");
-  struct Case {
-    const char* project;
-    const char* error;
-  };
-  const Case cases[] = {
-      {"/dev/zero", "brivant: /dev/zero: not a regular file\n"},
-      {"dir.bvproj", "brivant: dir.bvproj: not a regular file\n"},
-      {"p.bvproj", "brivant: p.bvproj: larger than the 64 MB limit for project files\n"},
-      {"bad.bvproj", "brivant: bad.bvproj:3: invalid UTF-8 (byte 0xFF)\n"},
-  };
   // Without the checks /dev/zero is read until memory runs out. The address
   // sanitizer reserves terabytes of shadow memory, so it runs unlimited.
 #if defined(__SANITIZE_ADDRESS__)
-  const std::string limit;
+  const std::string env = kWithTest;
 #else
-  const std::string limit = "ulimit -v 4000000; ";
+  const std::string env = "ulimit -v 4000000; " + kWithTest;
 #endif
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.project);
-    Outcome outcome = Brivant(std::string("run ") + c.project,
-                              limit + "NO_COLOR=1 BRIVANT_PACKAGE_PATH=" + Quoted(kTestPackageDir));
-    EXPECT_EQ(outcome.status, 2);
-    EXPECT_EQ(outcome.err, c.error);
+  ExpectRows({
+      {"device", env, "run /dev/zero", 2, "", "brivant: /dev/zero: not a regular file\n"},
+      {"directory", env, "run dir.bvproj", 2, "", "brivant: dir.bvproj: not a regular file\n"},
+      {"too large", env, "run p.bvproj", 2, "",
+       "brivant: p.bvproj: larger than the 64 MB limit for project files\n"},
+      {"not UTF-8", env, "run bad.bvproj", 2, "",
+       "brivant: bad.bvproj:3: invalid UTF-8 (byte 0xFF)\n"},
+  });
+  testing::WriteBytes(temp_.Join("one.txt"), "line\n");
+  for (const char* timeout : {"1", "0"}) {
+    testing::WriteBytes(temp_.Join(std::string("t") + timeout + ".bvproj"),
+                        std::string("<Project ScriptTimeout=\"") + timeout +
+                            "\"><Actions><Action Class=\"TBVReadTextFileAction\">"
+                            "<Property Name=\"FileName\">one.txt</Property>"
+                            "<Script Name=\"OnReadLine\">while (true) {}</Script></Action>"
+                            "</Actions></Project>");
   }
+  ExpectRows({
+      {"script time-out", kWithReal, "run t1.bvproj", 1,
+       "...ran longer than the time limit of 1000 ms...", ""},
+      {"time-out out of range", kWithReal, "run t0.bvproj", 2, "",
+       "brivant: t0.bvproj:1: ScriptTimeout must be a whole number of seconds from 1 to "
+       "31536000, got '0'\n"},
+  });
 }
 
-// Loops end to end: a file set copied file by file while a child adds a
-// file the refresh picks up, a search of the current directory (bare names),
-// a script that reads the loop's position, and a folder loop a script ends
+// Loops end to end: a search of the current directory (bare names), a
+// script that reads the loop's position, and a folder loop a script ends
 // early through its Reset method.
 const char kLoopProject[] = R"(<Project>
-  <FileSets>
-    <FileSet Name="Docs" BaseDir="src"><Include>**/*.txt</Include></FileSet>
-  </FileSets>
   <Actions>
-    <Action Class="TFileIterator" Title="Each doc">
-      <Property Name="VariableName">F</Property>
-      <Property Name="UseFileSet">True</Property>
-      <Property Name="FileSetName">Docs</Property>
-      <Property Name="FileSetRefreshAfterEach">True</Property>
-      <Actions>
-        <Action Class="TCopyFilesAction" Title="Copy">
-          <Property Name="FileSpec">%F%</Property>
-          <Property Name="Target">out</Property>
-          <Property Name="TargetIsDir">True</Property>
-        </Action>
-        <Action Class="TBVCreateTextFileAction" Title="Add one">
-          <Property Name="NewFileName">src/late.txt</Property>
-          <Property Name="FileContents">late</Property>
-          <Property Name="OverwriteExisting">True</Property>
-        </Action>
-      </Actions>
-    </Action>
     <Action Class="TFileIterator" Title="Here">
       <Property Name="VariableName">G</Property>
       <Property Name="FileSpec">*.md</Property>
@@ -608,70 +501,15 @@ TEST_F(CliTest, RunIteratesFilesAndFoldersWithTheRealPackage) {
   testing::WriteBytes(temp_.Join("two.md"), "second\n");
   std::filesystem::create_directories(temp_.Join("src/sub"));
   std::filesystem::create_directories(temp_.Join("src/zz"));
-  std::filesystem::create_directories(temp_.Join("out"));
-  testing::WriteBytes(temp_.Join("src/a.txt"), "A");
-  testing::WriteBytes(temp_.Join("src/sub/b.txt"), "B");
   Outcome outcome = WithRealPackages("run " + WriteProject(kLoopProject) + " --log json");
   EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
-  EXPECT_EQ(testing::ReadBytes(temp_.Join("out/a.txt")), "A");
-  EXPECT_EQ(testing::ReadBytes(temp_.Join("out/b.txt")), "B");
-  EXPECT_EQ(testing::ReadBytes(temp_.Join("out/late.txt")), "late");
-  for (const char* text : {"1 new file(s) found in the fileset.", "one.md 1/2: first",
-                           "two.md 2/2: second", "folder src/sub"}) {
+  for (const char* text : {"one.md 1/2: first", "two.md 2/2: second", "folder src/sub"}) {
     EXPECT_NE(outcome.out.find("\"tag\":\"stInfo\",\"text\":\"" + std::string(text) + "\","),
               std::string::npos)
         << text << "\n"
         << outcome.out;
   }
   EXPECT_EQ(outcome.out.find("folder src/zz"), std::string::npos) << "Reset ends the loop";
-}
-
-// Each build writes the keys of its plan file, one Write Ini File per key,
-// into one shared INI file.
-const char kIniWritersProject[] = R"(<Project>
-  <Variables><Variable Name="K" Type="String" Value=""/></Variables>
-  <Actions>
-    <Action Class="TIniFileIterator">
-      <Property Name="IniFilename">%PLAN%</Property>
-      <Property Name="IteratorMode">iiValues</Property>
-      <Property Name="SectionName">Plan</Property>
-      <Property Name="NameVariable">K</Property>
-      <Actions>
-        <Action Class="TWriteIniFileAction">
-          <Property Name="IniFile">./shared.ini</Property>
-          <Property Name="Section">Keys</Property>
-          <Property Name="ValueName">%K%</Property>
-          <Property Name="NewValue">1</Property>
-        </Action>
-      </Actions>
-    </Action>
-  </Actions>
-</Project>)";
-
-// Builds writing one INI file at once wait for each other's rewrite, so no
-// key is lost (bench/ini_soak.sh runs the larger version).
-TEST_F(CliTest, ConcurrentBuildsWritingOneIniFileLoseNoUpdate) {
-  constexpr int kBuilds = 3, kKeys = 40;
-  testing::WriteBytes(temp_.Join("shared.ini"), "; shared\n");
-  for (int build = 1; build <= kBuilds; ++build) {
-    std::string plan = "[Plan]\n";
-    for (int key = 0; key < kKeys; ++key)
-      plan += "b" + std::to_string(build) + "k" + std::to_string(key) + "=1\n";
-    testing::WriteBytes(temp_.Join("plan" + std::to_string(build) + ".ini"), plan);
-  }
-  WriteProject(kIniWritersProject);
-  std::string command = "cd " + Quoted(temp_.path()) + " && for i in 1 2 3; do env -u " +
-                        "BRIVANT_PACKAGE_PATH " + Quoted(kBrivant) +
-                        " run p.bvproj -D PLAN=plan$i.ini >out$i.log 2>&1 & done; wait";
-  ASSERT_EQ(std::system(command.c_str()), 0);
-  for (int build = 1; build <= kBuilds; ++build) {
-    std::string log = testing::ReadBytes(temp_.Join("out" + std::to_string(build) + ".log"));
-    EXPECT_NE(log.find("build succeeded"), std::string::npos) << log;
-  }
-  std::istringstream lines(testing::ReadBytes(temp_.Join("shared.ini")));
-  int keys = 0;
-  for (std::string line; std::getline(lines, line);) keys += line.find("=1") != std::string::npos;
-  EXPECT_EQ(keys, kBuilds * kKeys);
 }
 
 // The release example runs as a user would run it, in a copy of its
@@ -700,36 +538,24 @@ TEST_F(CliTest, ReleaseExampleStagesChecksumsPacksAndCleansUp) {
 // a project; bad arguments are usage errors.
 TEST_F(CliTest, RegistrySeedsTheStoreThatActionsRead) {
   const std::string env = "BRIVANT_REGISTRY=" + Quoted(temp_.Join("reg.db"));
-  struct Row {
-    std::string arguments;
-    int status;
-    std::string out;
-    std::string err;
-  };
-  const std::vector<Row> rows = {
-      {"registry query HKLM", 1, "", "brivant: registry key HKEY_LOCAL_MACHINE does not exist\n"},
-      {"registry set 'HKLM\\Software\\Acme' -v Build -t REG_DWORD -d 0x2a", 0, "", ""},
-      {"registry set 'hklm\\SOFTWARE\\acme\\Tools' -v '' -d 'C:\\x y'", 0, "", ""},
-      {"registry query 'HKEY_LOCAL_MACHINE\\software\\Acme'", 0,
+  ExpectRows({
+      {"", env, "registry query HKLM", 1, "",
+       "brivant: registry key HKEY_LOCAL_MACHINE does not exist\n"},
+      {"", env, "registry set 'HKLM\\Software\\Acme' -v Build -t REG_DWORD -d 0x2a", 0, "", ""},
+      {"", env, "registry set 'hklm\\SOFTWARE\\acme\\Tools' -v '' -d 'C:\\x y'", 0, "", ""},
+      {"", env, "registry query 'HKEY_LOCAL_MACHINE\\software\\Acme'", 0,
        "HKEY_LOCAL_MACHINE\\software\\Acme\n    Build    REG_DWORD    0x2a\n\n"
        "HKEY_LOCAL_MACHINE\\software\\Acme\\Tools\n",
        ""},
-      {"registry query 'HKLM\\Software\\Acme\\Tools' -v ''", 0,
+      {"", env, "registry query 'HKLM\\Software\\Acme\\Tools' -v ''", 0,
        "HKEY_LOCAL_MACHINE\\Software\\Acme\\Tools\n    (Default)    REG_SZ    C:\\x y\n", ""},
-      {"registry set HKLM -v x -t REG_DWORD -d -1", 2, "",
+      {"", env, "registry set HKLM -v x -t REG_DWORD -d -1", 2, "",
        "brivant: invalid REG_DWORD data '-1': expected 0 to 4294967295, decimal or 0x hex\n"},
-      {"registry set 'HKXX\\a'", 2, "",
+      {"", env, "registry set 'HKXX\\a'", 2, "",
        "brivant: unknown registry root 'HKXX' (expected HKCR, HKCU, HKLM, HKU or HKCC)\n"},
-      {"registry delete 'HKLM\\Software\\Acme' -v Nope", 1, "",
+      {"", env, "registry delete 'HKLM\\Software\\Acme' -v Nope", 1, "",
        "brivant: registry value 'Nope' of HKEY_LOCAL_MACHINE\\Software\\Acme does not exist\n"},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.arguments);
-    Outcome outcome = Brivant(row.arguments, env);
-    EXPECT_EQ(outcome.status, row.status);
-    EXPECT_EQ(outcome.out, row.out);
-    EXPECT_EQ(outcome.err, row.err);
-  }
+  });
   std::string project = WriteProject(R"(<Project>
   <Variables><Variable Name="N" Type="Integer" Value="0"/></Variables>
   <Actions>
@@ -747,10 +573,11 @@ TEST_F(CliTest, RegistrySeedsTheStoreThatActionsRead) {
     </Action>
   </Actions>
 </Project>)");
-  Outcome outcome = Brivant("run " + project + " --log json", env + " env -u BRIVANT_PACKAGE_PATH");
-  EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
-  EXPECT_NE(outcome.out.find("\"text\":\"Read Value : 42\""), std::string::npos) << outcome.out;
-  EXPECT_EQ(Brivant("registry query 'HKLM\\Software\\Acme'", env).status, 1);
+  ExpectRows({
+      {"read by a run", env + " " + kWithReal, "run " + project + " --log json", 0,
+       "...\"text\":\"Read Value : 42\"...", ""},
+      {"deleted by the run", env, "registry query 'HKLM\\Software\\Acme'", 1, "", "brivant: ..."},
+  });
 }
 
 using nlohmann::json;

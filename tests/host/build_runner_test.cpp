@@ -186,17 +186,14 @@ class SelfJudgingContainer : public TBVAction, public IBVRunEndListener {
   }
 };
 
-// Asks for a stop while it runs, as Ctrl-C would, through the runner or
-// through a real SIGINT; then waits in Sleep, which a stop must cut short.
+// Asks for a stop while it runs, as Ctrl-C would, then waits in Sleep,
+// which a stop must cut short.
 class StoppingAction : public TBVAction {
  public:
-  enum class Via { kRequestStop, kSignal };
-  explicit StoppingAction(Via via) : via_(via) {}
   std::string_view ClassName() const override { return "TStoppingAction"; }
   std::string GetActionName() const override { return "Stop"; }
   bool Execute() override {
-    if (via_ == Via::kRequestStop) dynamic_cast<BuildRunner&>(*Host()).RequestStop();
-    if (via_ == Via::kSignal) std::raise(SIGINT);
+    dynamic_cast<BuildRunner&>(*Host()).RequestStop();
     auto start = std::chrono::steady_clock::now();
     Sleep(20000);
     slept = std::chrono::steady_clock::now() - start;
@@ -208,9 +205,6 @@ class StoppingAction : public TBVAction {
   std::atomic<bool> stop_signalled{false};
   std::atomic<bool> terminated{false};
   std::chrono::steady_clock::duration slept{};
-
- private:
-  Via via_;
 };
 
 ActionNode Node(std::string title, std::unique_ptr<TCustomBVAction> action,
@@ -307,6 +301,7 @@ TEST_F(BuildRunnerTest, FailingChildEndsTheLoopAndTheBuild) {
   EXPECT_EQ(StatusOf(1), asNotRun);
 }
 
+// Inside a loop the same keeps the loop going: tests/data/log-golden pins it.
 TEST_F(BuildRunnerTest, IgnoredFailureLetsTheBuildGoOn) {
   project_.actions = List(Ignoring(Node("Fail", std::make_unique<FailingAction>())),
                           Node("After", Log("still here")));
@@ -315,16 +310,6 @@ TEST_F(BuildRunnerTest, IgnoredFailureLetsTheBuildGoOn) {
                                              "stInfo: still here", "end After ok", "build ok"}));
   EXPECT_TRUE(succeeded_);
   EXPECT_EQ(StatusOf(0), asFailedIgnored);
-}
-
-TEST_F(BuildRunnerTest, IgnoredFailureInsideALoopKeepsTheLoopGoing) {
-  project_.actions =
-      List(Node("Loop", Loop({"a", "b", "c"}),
-                List(Ignoring(Node("Check", std::make_unique<FailingAction>("%ITEM%", "b"))))));
-  std::vector<std::string> events = Run();
-  EXPECT_TRUE(succeeded_);
-  EXPECT_EQ(events.end()[-4], "stInfo: checking c");
-  EXPECT_EQ(events.end()[-2], "end Loop ok");
 }
 
 TEST_F(BuildRunnerTest, LoopThatIgnoresFailureFailsAloneWhenAChildFails) {
@@ -381,9 +366,9 @@ TEST_F(BuildRunnerTest, ContainerKeepsTheStatusItSetAndHearsTheEndOfTheRunOnce) 
   project_.actions = List(
       Node("Judge", std::make_unique<SelfJudgingContainer>(), List(Node("Inside", Log("inside")))),
       Node("After", Log("after")));
-  EXPECT_EQ(Run(), (std::vector<std::string>{"start Judge", "end Judge ok", "start After",
-                                             "stInfo: after", "end After ok", "stInfo: run ended",
-                                             "build ok"}));
+  EXPECT_EQ(Run(),
+            (std::vector<std::string>{"start Judge", "end Judge ok", "start After", "stInfo: after",
+                                      "end After ok", "stInfo: run ended", "build ok"}));
   EXPECT_EQ(StatusOf(0), asConditionNotMet);
 }
 
@@ -399,14 +384,6 @@ TEST_F(BuildRunnerTest, ContainerWhoseConditionFailsSkipsItsChildren) {
   // A loop with nothing to do did its job; its condition did not fail.
   EXPECT_EQ(StatusOf(1), asSucceeded);
   EXPECT_EQ(after_last_calls_, 1);
-}
-
-TEST_F(BuildRunnerTest, UnknownReferenceFailsTheActionNamingTheProperty) {
-  project_.actions = List(Node("Echo", Log("%MISSING%")));
-  EXPECT_EQ(Run(),
-            (std::vector<std::string>{
-                "start Echo", "stError: Unable to expand Text: Variable \"MISSING\" is not defined",
-                "end Echo failed", "build failed"}));
 }
 
 TEST_F(BuildRunnerTest, DefinesOverrideDeclaredVariablesInTheirTypeAndCreateStrings) {
@@ -426,15 +403,14 @@ TEST_F(BuildRunnerTest, DefinesOverrideDeclaredVariablesInTheirTypeAndCreateStri
   EXPECT_EQ(names, (TStrings{"OutDir", "Count", "New", "DOSCMD"}));
 }
 
-TEST_F(BuildRunnerTest, DefineReplacesTheShell) {
+// A define replaces the shell; one that does not fit the declared type fails
+// the build unrun.
+TEST_F(BuildRunnerTest, DefinesReplaceTheShellOrFailTheBuildUnrun) {
   project_.actions = List(Node("Echo", Log("%DOSCMD%")));
   Run({{"DOSCMD", "/bin/bash"}});
   EXPECT_EQ(sink_.events[1], "stInfo: /bin/bash");
-}
-
-TEST_F(BuildRunnerTest, DefineThatDoesNotFitTheDeclaredTypeFailsTheBuildUnrun) {
+  sink_.events.clear();
   project_.variables = {{"COUNT", Variant(int64_t{1}), 1}};
-  project_.actions = List(Node("Echo", Log("%COUNT%")));
   EXPECT_EQ(Run({{"COUNT", "many"}}),
             (std::vector<std::string>{"invalid -D COUNT/: 'many' is not a valid integer value",
                                       "build failed"}));
@@ -456,7 +432,7 @@ TEST_F(BuildRunnerTest, ActionsSetVariablesThatLaterActionsExpand) {
 }
 
 TEST_F(BuildRunnerTest, StopRequestTellsTheRunningActionAndFailsTheBuild) {
-  auto stopping = std::make_unique<StoppingAction>(StoppingAction::Via::kRequestStop);
+  auto stopping = std::make_unique<StoppingAction>();
   StoppingAction& action = *stopping;
   // IgnoreFailure does not let a build go on that was asked to stop.
   project_.actions =
@@ -471,20 +447,6 @@ TEST_F(BuildRunnerTest, StopRequestTellsTheRunningActionAndFailsTheBuild) {
   EXPECT_EQ(after_last_calls_, 1);
   EXPECT_EQ(StatusOf(0), asStopped);
   EXPECT_EQ(project_.actions[0].children[0].action->GetActionStatus(), asStopped);
-}
-
-TEST_F(BuildRunnerTest, FirstSigintStopsTheBuild) {
-  auto stopping = std::make_unique<StoppingAction>(StoppingAction::Via::kSignal);
-  StoppingAction& action = *stopping;
-  project_.actions = List(Node("Stop", std::move(stopping)), Node("After", Log("never")));
-  BuildRunner runner(project_, sink_);
-  auto watcher = platform::StopSignalWatcher::Start([&runner] { runner.RequestStop(); });
-  ASSERT_TRUE(watcher.IsOk()) << watcher.Error().Describe();
-  EXPECT_FALSE(runner.Run());
-  // Whether the action heard StopSignalled depends on timing: it may have
-  // left Sleep before the watcher thread got to it.
-  EXPECT_LT(action.slept, std::chrono::seconds(5));
-  EXPECT_EQ(sink_.events.back(), "build failed");
 }
 
 TEST(StopSignalWatcherDeathTest, SecondSigintEndsTheProcessWithStatus130) {

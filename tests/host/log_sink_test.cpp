@@ -50,6 +50,8 @@ TEST(JsonLogSink, WritesEachEventAsOneObjectWithKeysInOrder) {
   JsonLogSink sink(out, FixedWallClock);
   SendEveryEvent(sink);
   sink.ProjectError("q.bvproj", 3, "q.bvproj:3: unknown class");
+  sink.Progress("low", -5);  // percentages are clamped
+  sink.Progress("high", 250);
   EXPECT_EQ(
       out.str(),
       R"({"event":"validation-error","title":"Copy","property":"File Spec","message":"The file spec has not been set","file":"p.bvproj","line":3,"depth":0,"time":"2026-11-23T23:11:16.123Z"}
@@ -65,6 +67,8 @@ TEST(JsonLogSink, WritesEachEventAsOneObjectWithKeysInOrder) {
 {"event":"action-end","class":"TDeleteFilesAction","title":"Clean up","success":false,"file":"p.bvproj","line":7,"failure_ignored":false,"depth":0,"time":"2026-11-23T23:11:16.123Z"}
 {"event":"build-end","success":false,"depth":0,"time":"2026-11-23T23:11:16.123Z"}
 {"event":"message","tag":"stError","text":"q.bvproj:3: unknown class","file":"q.bvproj","line":3,"depth":0,"time":"2026-11-23T23:11:16.123Z"}
+{"event":"progress","text":"low","percent":0,"depth":0,"time":"2026-11-23T23:11:16.123Z"}
+{"event":"progress","text":"high","percent":100,"depth":0,"time":"2026-11-23T23:11:16.123Z"}
 )");
 }
 
@@ -97,44 +101,13 @@ TEST(JsonLogSink, EscapesStringsSoEveryLineParses) {
   }
 }
 
-TEST(JsonLogSink, ClampsProgressToAPercentage) {
-  std::ostringstream out;
-  JsonLogSink sink(out, FixedWallClock);
-  sink.Progress("low", -5);
-  sink.Progress("high", 250);
-  const std::string stamp = R"(,"depth":0,"time":"2026-11-23T23:11:16.123Z"})";
-  EXPECT_EQ(out.str(), R"({"event":"progress","text":"low","percent":0)" + stamp + "\n" +
-                           R"({"event":"progress","text":"high","percent":100)" + stamp + "\n");
-}
-std::string TextLog(const TerminalStyle& style, TextLogSink::Dialect dialect,
-                    void (*send)(LogSink&)) {
-  std::ostringstream out;
-  g_steady_seconds = 0;
-  TextLogSink sink(out, style, dialect, TickingClock);
-  send(sink);
-  return out.str();
-}
-
-TEST(TextLogSink, IndentsAndMarksLinesWithoutColour) {
-  EXPECT_EQ(TextLog({}, TextLogSink::Dialect::kPlain, SendEveryEvent),
-            "p.bvproj:3: error: Copy: File Spec: The file spec has not been set\n"
-            "== Clean up\n"
-            "  Deleting files matching filespec: /tmp/x/*.tmp\n"
-            "  Files Deleted\n"
-            "    a.tmp\n"
-            "    b.tmp\n"
-            "  warning: c.tmp is read-only\n"
-            "  error: Unable to delete d.tmp\n"
-            "  2 files deleted\n"
-            "  p.bvproj:7: error: Clean up failed\n"
-            "summary: 1 action run, 1 failed, 0 failures ignored\n"
-            "slowest:\n"
-            "    1.000 s  Clean up (p.bvproj:7)\n"
-            "error: build failed\n");
-}
-
-TEST(TextLogSink, NestsChildActionsAndAlignsContinuationLines) {
-  auto send = [](LogSink& sink) {
+TEST(TextLogSink, WritesEachDialectAndStyle) {
+  TerminalStyle plain, colour, live, quiet;
+  colour.color = true;
+  live.live_progress = true;
+  live.columns = 60;
+  quiet.verbosity = Verbosity::kQuiet;
+  auto nested = [](LogSink& sink) {
     sink.ActionStart("TLoop", "Loop", "", {});
     sink.ActionStart("TRun", "Run", "", {});
     sink.Message(stError, "first line\r\nsecond line\n");
@@ -143,22 +116,7 @@ TEST(TextLogSink, NestsChildActionsAndAlignsContinuationLines) {
     sink.Message(stInfo, "");
     sink.BuildEnd(true);
   };
-  EXPECT_EQ(TextLog({}, TextLogSink::Dialect::kPlain, send),
-            "== Loop\n"
-            "  == Run\n"
-            "    error: first line\n"
-            "           second line\n"
-            "    warning: Run failed (failure ignored)\n"
-            "\n"
-            "summary: 2 actions run, 0 failed, 1 failure ignored\n"
-            "slowest:\n"
-            "    2.000 s  Loop\n"
-            "    1.000 s  Run\n"
-            "build succeeded\n");
-}
-
-TEST(TextLogSink, ColoursStatusAndHeaders) {
-  auto send = [](LogSink& sink) {
+  auto tagged = [](LogSink& sink) {
     sink.ActionStart("T", "Title", "", {});
     sink.Message(stInfo, "plain");
     sink.Message(stSuccess, "done");
@@ -166,59 +124,22 @@ TEST(TextLogSink, ColoursStatusAndHeaders) {
     sink.Message(stError, "broken");
     sink.ActionEnd("T", "Title", true, false);
   };
-  TerminalStyle style;
-  style.color = true;
-  EXPECT_EQ(TextLog(style, TextLogSink::Dialect::kPlain, send),
-            "== \x1b[1mTitle\x1b[0m\n"
-            "  plain\n"
-            "  \x1b[32mdone\x1b[0m\n"
-            "  \x1b[33mwarning: careful\x1b[0m\n"
-            "           \x1b[33mreally\x1b[0m\n"
-            "  \x1b[31merror: broken\x1b[0m\n");
-}
-
-TEST(TextLogSink, ShowsProgressOnlyAsALiveBarErasedBeforeTheNextLine) {
-  auto send = [](LogSink& sink) {
+  auto progress = [](LogSink& sink) {
     sink.ActionStart("T", "Copy", "", {});
     sink.Progress("Copying File : big.iso", 40);
     sink.Progress("Copying File : \xc3\xa9t\xc3\xa9 and a very long name", 100);
     sink.Message(stInfo, "copied");
   };
-  EXPECT_EQ(TextLog({}, TextLogSink::Dialect::kPlain, send), "== Copy\n  copied\n");
-
-  TerminalStyle live;
-  live.live_progress = true;
-  live.columns = 60;
-  // The second bar is cut to 59 columns; the two-byte letters count as one.
-  EXPECT_EQ(TextLog(live, TextLogSink::Dialect::kPlain, send),
-            "== Copy\n"
-            "\r  [########............]  40% Copying File : big.iso\x1b[K"
-            "\r  [####################] 100% Copying File : \xc3\xa9t\xc3\xa9 and a very\x1b[K"
-            "\r\x1b[K  copied\n");
-}
-
-// The whole GitHub log of a real run is pinned in tests/data/log-golden.
-TEST(TextLogSink, GithubAnnotationsEscapeTheirDataAndWarnWhereFailureIsIgnored) {
-  auto send = [](LogSink& sink) {
+  // The whole GitHub log of a real run is pinned in tests/data/log-golden.
+  auto tolerant = [](LogSink& sink) {
     sink.ActionStart("T", "Tolerant", "", {"a:b,c.bvproj", 9, true});
     sink.ActionStart("T", "Child", "", {"a:b,c.bvproj", 10});
     sink.Message(stError, "50% done\r\nstill going");
     sink.ActionEnd("T", "Child", false, false);
     sink.ActionEnd("T", "Tolerant", false, true);
   };
-  EXPECT_EQ(TextLog({}, TextLogSink::Dialect::kGithub, send),
-            "::group::Tolerant\n"
-            "  == Child\n"
-            "::warning file=a%3Ab%2Cc.bvproj,line=10,title=Child::50%25 done%0D%0Astill going\n"
-            "::warning file=a%3Ab%2Cc.bvproj,line=10,title=Child::Child failed\n"
-            "::warning file=a%3Ab%2Cc.bvproj,line=9,title=Tolerant::Tolerant failed (failure "
-            "ignored)\n"
-            "::endgroup::\n");
-}
-
-// Quiet and verbose logs of real runs are pinned in tests/data/log-golden.
-TEST(TextLogSink, SummaryNamesWhatLoggedErrorsButSucceededAndTimesWithoutChildren) {
-  auto send = [](LogSink& sink) {
+  // Quiet and verbose logs of real runs are pinned in tests/data/log-golden.
+  auto logged_errors = [](LogSink& sink) {
     sink.ActionStart("T", "Copy", "", {"p.bvproj", 3});
     sink.Message(stError, "cannot copy c");
     sink.ActionEnd("T", "Copy", true, false);
@@ -228,31 +149,85 @@ TEST(TextLogSink, SummaryNamesWhatLoggedErrorsButSucceededAndTimesWithoutChildre
     sink.ActionEnd("T", "Check", true, false);
     sink.BuildEnd(true);
   };
-  TerminalStyle quiet;
-  quiet.verbosity = Verbosity::kQuiet;
-  EXPECT_EQ(TextLog(quiet, TextLogSink::Dialect::kPlain, send),
-            "== Copy\n"
-            "  error: cannot copy c\n"
-            "summary: 3 actions run, 0 failed, 0 failures ignored\n"
-            "succeeded but logged errors:\n"
-            "  Copy (p.bvproj:3)\n"
-            "slowest:\n"
-            "    2.000 s  Check (p.bvproj:8)\n"
-            "    1.000 s  Copy (p.bvproj:3)\n"
-            "    1.000 s  Inner\n"
-            "build succeeded\n");
-}
-
-TEST(LogSink, MakeLogSinkPicksTheFormat) {
-  std::ostringstream json;
-  MakeLogSink(LogFormat::kJson, json, {})->BuildEnd(true);
-  EXPECT_EQ(json.str().rfind("{\"event\":\"build-end\",\"success\":true,\"depth\":0,", 0), 0u);
-  std::ostringstream github;
-  MakeLogSink(LogFormat::kGithub, github, {})->Message(stError, "x");
-  EXPECT_EQ(github.str(), "::error::x\n");
-  std::ostringstream text;
-  MakeLogSink(LogFormat::kText, text, {})->Message(stError, "x");
-  EXPECT_EQ(text.str(), "error: x\n");
+  using Dialect = TextLogSink::Dialect;
+  struct Row {
+    const char* label;
+    TerminalStyle style;
+    Dialect dialect;
+    void (*send)(LogSink&);
+    std::string log;
+  };
+  const Row rows[] = {
+      {"every event without colour", plain, Dialect::kPlain, SendEveryEvent,
+       "p.bvproj:3: error: Copy: File Spec: The file spec has not been set\n"
+       "== Clean up\n"
+       "  Deleting files matching filespec: /tmp/x/*.tmp\n"
+       "  Files Deleted\n"
+       "    a.tmp\n"
+       "    b.tmp\n"
+       "  warning: c.tmp is read-only\n"
+       "  error: Unable to delete d.tmp\n"
+       "  2 files deleted\n"
+       "  p.bvproj:7: error: Clean up failed\n"
+       "summary: 1 action run, 1 failed, 0 failures ignored\n"
+       "slowest:\n"
+       "    1.000 s  Clean up (p.bvproj:7)\n"
+       "error: build failed\n"},
+      {"children nest, continuation lines align", plain, Dialect::kPlain, nested,
+       "== Loop\n"
+       "  == Run\n"
+       "    error: first line\n"
+       "           second line\n"
+       "    warning: Run failed (failure ignored)\n"
+       "\n"
+       "summary: 2 actions run, 0 failed, 1 failure ignored\n"
+       "slowest:\n"
+       "    2.000 s  Loop\n"
+       "    1.000 s  Run\n"
+       "build succeeded\n"},
+      {"colours of status and headers", colour, Dialect::kPlain, tagged,
+       "== \x1b[1mTitle\x1b[0m\n"
+       "  plain\n"
+       "  \x1b[32mdone\x1b[0m\n"
+       "  \x1b[33mwarning: careful\x1b[0m\n"
+       "           \x1b[33mreally\x1b[0m\n"
+       "  \x1b[31merror: broken\x1b[0m\n"},
+      {"no progress off a live terminal", plain, Dialect::kPlain, progress, "== Copy\n  copied\n"},
+      // The second bar is cut to 59 columns; the two-byte letters count as one.
+      {"a live bar erased before the next line", live, Dialect::kPlain, progress,
+       "== Copy\n"
+       "\r  [########............]  40% Copying File : big.iso\x1b[K"
+       "\r  [####################] 100% Copying File : \xc3\xa9t\xc3\xa9 and a very\x1b[K"
+       "\r\x1b[K  copied\n"},
+      {"GitHub annotations escape their data and warn where failure is ignored", plain,
+       Dialect::kGithub, tolerant,
+       "::group::Tolerant\n"
+       "  == Child\n"
+       "::warning file=a%3Ab%2Cc.bvproj,line=10,title=Child::50%25 done%0D%0Astill going\n"
+       "::warning file=a%3Ab%2Cc.bvproj,line=10,title=Child::Child failed\n"
+       "::warning file=a%3Ab%2Cc.bvproj,line=9,title=Tolerant::Tolerant failed (failure "
+       "ignored)\n"
+       "::endgroup::\n"},
+      {"the summary names what logged errors but succeeded", quiet, Dialect::kPlain, logged_errors,
+       "== Copy\n"
+       "  error: cannot copy c\n"
+       "summary: 3 actions run, 0 failed, 0 failures ignored\n"
+       "succeeded but logged errors:\n"
+       "  Copy (p.bvproj:3)\n"
+       "slowest:\n"
+       "    2.000 s  Check (p.bvproj:8)\n"
+       "    1.000 s  Copy (p.bvproj:3)\n"
+       "    1.000 s  Inner\n"
+       "build succeeded\n"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.label);
+    std::ostringstream out;
+    g_steady_seconds = 0;
+    TextLogSink sink(out, row.style, row.dialect, TickingClock);
+    row.send(sink);
+    EXPECT_EQ(out.str(), row.log);
+  }
 }
 
 }  // namespace

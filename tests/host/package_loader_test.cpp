@@ -58,56 +58,31 @@ TEST_F(PackageLoaderTest, PackageRegistersItsActions) {
   EXPECT_EQ(registry_.Actions()[0].icon, "ECHO");
 }
 
-TEST_F(PackageLoaderTest, OnlySharedModulesWithTheEntryAreRegistered) {
-  std::string directory = MakeDirectory("packages");
-  std::string package = CopyPackage(directory, "libz.so");
-  fs::create_symlink(kPlainLibrary, directory + "/libplain.so");
-  CopyPackage(directory, "libversioned.so.1");
-  CopyPackage(directory, "notes.txt");
-  fs::create_directory(directory + "/directory.so");
-  PackageLoadResult result = LoadPackages({directory}, registry_);
-  EXPECT_EQ(result.loaded, std::vector<std::string>{package});
-  EXPECT_EQ(result.problems, std::vector<std::string>{});
-  EXPECT_EQ(registry_.Actions().size(), 2u);
-}
-
-TEST_F(PackageLoaderTest, BrokenModuleIsReportedAndTheOthersStillLoad) {
-  std::string directory = MakeDirectory("packages");
-  testing::WriteBytes(directory + "/libbroken.so", "not a shared object");
-  std::string package = CopyPackage(directory, "libgood.so");
-  PackageLoadResult result = LoadPackages({directory}, registry_);
-  EXPECT_EQ(result.loaded, std::vector<std::string>{package});
-  ASSERT_EQ(result.problems.size(), 1u);
-  // The rest of the text is the dynamic loader's ("invalid ELF header", ...).
-  std::string expected_start = "cannot load package: " + directory + "/libbroken.so: ";
-  EXPECT_EQ(result.problems[0].substr(0, expected_start.size()), expected_start);
-}
-
-TEST_F(PackageLoaderTest, EarlierDirectoryHidesTheSameName) {
+// One search path with every kind of entry: only shared modules with the
+// entry load, each once, the first of a name wins, and what cannot be read
+// is reported while the rest still loads.
+TEST_F(PackageLoaderTest, LoadsEachModuleWithTheEntryOnceAndReportsTheRest) {
   std::string first = MakeDirectory("build");
   std::string second = MakeDirectory("installed");
   std::string winner = CopyPackage(first, "libbvstd.so");
+  fs::create_symlink(winner, first + "/liblink.so");
+  fs::create_symlink(kPlainLibrary, first + "/libplain.so");
+  CopyPackage(first, "libversioned.so.1");
+  CopyPackage(first, "notes.txt");
+  fs::create_directory(first + "/directory.so");
+  testing::WriteBytes(first + "/libbroken.so", "not a shared object");
   CopyPackage(second, "libbvstd.so");
   std::string other = CopyPackage(second, "libother.so");
-  PackageLoadResult result = LoadPackages({temp_.Join("missing"), first, second}, registry_);
-  EXPECT_EQ(result.loaded, (std::vector<std::string>{winner, other}));
-  EXPECT_EQ(result.problems, std::vector<std::string>{});
-  EXPECT_EQ(registry_.Actions().size(), 4u);
-}
-
-TEST_F(PackageLoaderTest, ModuleReachedTwiceThroughLinksRegistersOnce) {
-  std::string directory = MakeDirectory("packages");
-  std::string package = CopyPackage(directory, "liba.so");
-  fs::create_symlink(package, directory + "/libb.so");
-  PackageLoadResult result = LoadPackages({directory}, registry_);
-  EXPECT_EQ(result.loaded, std::vector<std::string>{package});
-  EXPECT_EQ(registry_.Actions().size(), 2u);
-}
-
-TEST_F(PackageLoaderTest, DirectoryThatIsAFileIsReported) {
   testing::WriteBytes(temp_.Join("file"), "");
-  PackageLoadResult result = LoadPackages({temp_.Join("file")}, registry_);
-  EXPECT_EQ(result.problems, std::vector<std::string>{temp_.Join("file") + ": Not a directory"});
+  PackageLoadResult result =
+      LoadPackages({temp_.Join("missing"), first, second, temp_.Join("file")}, registry_);
+  EXPECT_EQ(result.loaded, (std::vector<std::string>{winner, other}));
+  EXPECT_EQ(registry_.Actions().size(), 4u);
+  ASSERT_EQ(result.problems.size(), 2u);
+  // The rest of the text is the dynamic loader's ("invalid ELF header", ...).
+  EXPECT_TRUE(result.problems[0].starts_with("cannot load package: " + first + "/libbroken.so: "))
+      << result.problems[0];
+  EXPECT_EQ(result.problems[1], temp_.Join("file") + ": Not a directory");
 }
 
 TEST(PackageDirectories, ComeFromTheEnvironmentOrTheExecutable) {

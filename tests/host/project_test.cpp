@@ -106,6 +106,11 @@ class TPlainAction : public TBVAction {
   bool Execute() override { return true; }
 };
 
+// A project of one section holding `content`.
+std::string In(const std::string& section, const std::string& content) {
+  return "<Project><" + section + ">" + content + "</" + section + "></Project>";
+}
+
 class ProjectTest : public ::testing::Test {
  protected:
   ProjectTest() {
@@ -154,7 +159,17 @@ TEST_F(ProjectTest, MalformedFilesAreReportedWithTheirLine) {
     std::string text;
     std::string error;  // "line: message"
   };
+  // "<Project/>" in UTF-16 LE with its byte-order mark.
+  std::string utf16 = "\xFF\xFE";
+  for (char c : std::string("<Project/>")) utf16 += std::string{c, '\0'};
+  std::string deep = "<Project>\n<Actions>\n";
+  for (int i = 0; i < 250; ++i) deep += "<Action Class=\"TPlainAction\"><Actions>\n";
+  for (int i = 0; i < 250; ++i) deep += "</Actions></Action>\n";
+  deep += "</Actions>\n</Project>\n";
   const std::vector<Case> cases = {
+      {"UTF-16", utf16, "1: project files must be UTF-8"},
+      // The 201st nested <Actions> opens on the line of the 201st action.
+      {"deep nesting", deep, "203: actions nested more than 200 levels deep"},
       {"unclosed element", "<Project>\n<Actions>\n</Project>\n",
        "3: invalid XML: Start-end tags mismatch"},
       {"empty file", "", "1: invalid XML: No document element found"},
@@ -169,93 +184,70 @@ TEST_F(ProjectTest, MalformedFilesAreReportedWithTheirLine) {
        "1: unknown attribute 'Version' of <Project>"},
       {"second section", "<Project>\n<Actions/>\n<Variables/>\n<Actions/>\n</Project>",
        "4: second <Actions> in <Project> (the first is at line 2)"},
-      {"variable without name",
-       "<Project><Variables>\n<Variable Value=\"x\"/>\n</Variables></Project>",
+      {"variable without name", In("Variables", "\n<Variable Value=\"x\"/>\n"),
        "2: <Variable> has no Name attribute"},
-      {"variable with blank name",
-       "<Project><Variables>\n<Variable Name=\" \"/></Variables></Project>",
+      {"variable with blank name", In("Variables", "\n<Variable Name=\" \"/>"),
        "2: <Variable> has an empty Name attribute"},
-      {"variable name with a digit first",
-       "<Project><Variables><Variable Name=\"1ST\"/></Variables></Project>",
+      {"variable name with a digit first", In("Variables", "<Variable Name=\"1ST\"/>"),
        "1: invalid variable name '1ST' (a name is a letter or '_' followed by letters, digits, "
        "'_' or '.')"},
-      {"variable name with a blank",
-       "<Project><Variables><Variable Name=\"MY VAR\"/></Variables></Project>",
+      {"variable name with a blank", In("Variables", "<Variable Name=\"MY VAR\"/>"),
        "1: invalid variable name 'MY VAR' (a name is a letter or '_' followed by letters, "
        "digits, '_' or '.')"},
       {"variable declared twice",
-       "<Project><Variables>\n\n<Variable Name=\"OUT\"/>\n<Variable "
-       "Name=\"out\"/>\n</Variables></Project>",
+       In("Variables", "\n\n<Variable Name=\"OUT\"/>\n<Variable Name=\"out\"/>\n"),
        "4: variable 'out' declared twice (the first is at line 3)"},
-      {"misspelt variable type",
-       "<Project><Variables><Variable Name=\"N\" Type=\"Integr\"/></Variables></Project>",
+      {"misspelt variable type", In("Variables", "<Variable Name=\"N\" Type=\"Integr\"/>"),
        "1: unknown variable type 'Integr' (did you mean 'Integer'?)"},
-      {"unknown variable type",
-       "<Project><Variables><Variable Name=\"N\" Type=\"Decimal\"/></Variables></Project>",
+      {"unknown variable type", In("Variables", "<Variable Name=\"N\" Type=\"Decimal\"/>"),
        "1: unknown variable type 'Decimal'"},
       {"integer variable with text",
-       "<Project><Variables><Variable Name=\"N\" Type=\"Integer\" "
-       "Value=\"ten\"/></Variables></Project>",
+       In("Variables", "<Variable Name=\"N\" Type=\"Integer\" Value=\"ten\"/>"),
        "1: variable 'N': 'ten' is not a valid integer value"},
       {"boolean variable with a bad value",
-       "<Project><Variables><Variable Name=\"B\" Type=\"Boolean\" "
-       "Value=\"maybe\"/></Variables></Project>",
+       In("Variables", "<Variable Name=\"B\" Type=\"Boolean\" Value=\"maybe\"/>"),
        "1: variable 'B': 'maybe' is not a valid boolean value"},
-      {"misspelt variable attribute",
-       "<Project><Variables><Variable Name=\"N\" Valeu=\"1\"/></Variables></Project>",
+      {"misspelt variable attribute", In("Variables", "<Variable Name=\"N\" Valeu=\"1\"/>"),
        "1: unknown attribute 'Valeu' of <Variable> (did you mean 'Value'?)"},
-      {"element inside a variable",
-       "<Project><Variables><Variable Name=\"N\">\n<Value/></Variable></Variables></Project>",
+      {"element inside a variable", In("Variables", "<Variable Name=\"N\">\n<Value/></Variable>"),
        "2: unknown element <Value> in <Variable> (it takes no elements)"},
-      {"file set without name",
-       "<Project><FileSets>\n<FileSet><Include>*</Include></FileSet></FileSets></Project>",
+      {"file set without name", In("FileSets", "\n<FileSet><Include>*</Include></FileSet>"),
        "2: <FileSet> has no Name attribute"},
       {"file set declared twice",
-       "<Project><FileSets>\n<FileSet Name=\"Src\"><Include>*</Include></FileSet>\n"
-       "<FileSet Name=\"SRC\"><Include>*</Include></FileSet></FileSets></Project>",
+       In("FileSets",
+          "\n<FileSet Name=\"Src\"><Include>*</Include></FileSet>\n<FileSet "
+          "Name=\"SRC\"><Include>*</Include></FileSet>"),
        "3: file set 'SRC' declared twice (the first is at line 2)"},
       {"file set without include",
-       "<Project><FileSets>\n<FileSet "
-       "Name=\"Src\"><Exclude>*.o</Exclude></FileSet></FileSets></Project>",
+       In("FileSets", "\n<FileSet Name=\"Src\"><Exclude>*.o</Exclude></FileSet>"),
        "2: file set 'Src' has no <Include> pattern"},
-      {"empty include",
-       "<Project><FileSets><FileSet Name=\"Src\">\n<Include> "
-       "</Include></FileSet></FileSets></Project>",
+      {"empty include", In("FileSets", "<FileSet Name=\"Src\">\n<Include> </Include></FileSet>"),
        "2: empty <Include> pattern"},
       {"absolute include",
-       "<Project><FileSets><FileSet "
-       "Name=\"Src\"><Include>/etc/*</Include></FileSet></FileSets></Project>",
+       In("FileSets", "<FileSet Name=\"Src\"><Include>/etc/*</Include></FileSet>"),
        "1: pattern '/etc/*' must be relative to the file set's BaseDir"},
       {"include leaving the base directory",
-       "<Project><FileSets><FileSet "
-       "Name=\"Src\"><Include>../*.c</Include></FileSet></FileSets></Project>",
+       In("FileSets", "<FileSet Name=\"Src\"><Include>../*.c</Include></FileSet>"),
        "1: pattern '../*.c' must not leave the file set's BaseDir with '..'"},
       {"misspelt file set child",
-       "<Project><FileSets><FileSet "
-       "Name=\"Src\">\n<Includes>*</Includes></FileSet></FileSets></Project>",
+       In("FileSets", "<FileSet Name=\"Src\">\n<Includes>*</Includes></FileSet>"),
        "2: unknown element <Includes> in <FileSet> (did you mean <Include>?)"},
-      {"action without class", "<Project><Actions>\n<Action Title=\"x\"/></Actions></Project>",
+      {"action without class", In("Actions", "\n<Action Title=\"x\"/>"),
        "2: <Action> has no Class attribute"},
-      {"misspelt class",
-       "<Project><Actions>\n\n<Action Class=\"TCoupledActon\"/></Actions></Project>",
+      {"misspelt class", In("Actions", "\n\n<Action Class=\"TCoupledActon\"/>"),
        "3: unknown action class 'TCoupledActon' (did you mean 'TCoupledAction'?)"},
-      {"class in the wrong case",
-       "<Project><Actions><Action Class=\"tplainaction\"/></Actions></Project>",
+      {"class in the wrong case", In("Actions", "<Action Class=\"tplainaction\"/>"),
        "1: unknown action class 'tplainaction' (did you mean 'TPlainAction'?)"},
-      {"unknown class", "<Project><Actions><Action Class=\"TZipAction\"/></Actions></Project>",
+      {"unknown class", In("Actions", "<Action Class=\"TZipAction\"/>"),
        "1: unknown action class 'TZipAction'"},
-      {"misspelt action attribute",
-       "<Project><Actions><Action Class=\"TPlainAction\" Titel=\"x\"/></Actions></Project>",
+      {"misspelt action attribute", In("Actions", "<Action Class=\"TPlainAction\" Titel=\"x\"/>"),
        "1: unknown attribute 'Titel' of <Action> (did you mean 'Title'?)"},
       {"attribute given twice",
-       "<Project><Actions><Action Class=\"TPlainAction\" Title=\"a\" "
-       "Title=\"b\"/></Actions></Project>",
+       In("Actions", "<Action Class=\"TPlainAction\" Title=\"a\" Title=\"b\"/>"),
        "1: attribute 'Title' given twice in <Action>"},
-      {"bad Enabled",
-       "<Project><Actions><Action Class=\"TPlainAction\" Enabled=\"yes\"/></Actions></Project>",
+      {"bad Enabled", In("Actions", "<Action Class=\"TPlainAction\" Enabled=\"yes\"/>"),
        "1: invalid value 'yes' for Enabled: expected True or False"},
-      {"bad IgnoreFailure",
-       "<Project><Actions><Action Class=\"TPlainAction\" IgnoreFailure=\"\"/></Actions></Project>",
+      {"bad IgnoreFailure", In("Actions", "<Action Class=\"TPlainAction\" IgnoreFailure=\"\"/>"),
        "1: invalid value '' for IgnoreFailure: expected True or False"},
       {"misspelt property", OneAction("<Property Name=\"Recurze\">True</Property>\n"),
        "4: unknown property 'Recurze' of TCoupledAction (did you mean 'Recurse'?)"},
@@ -323,22 +315,6 @@ TEST_F(ProjectTest, UnreadableFileNamesThePathWithoutALine) {
   std::string missing = temp_.Join("missing.bvproj");
   EXPECT_FALSE(LoadProject(missing, registry_, &project_, &error_));
   EXPECT_EQ(error_, missing + ": No such file or directory");
-}
-
-TEST_F(ProjectTest, NonUtf8FileIsRejected) {
-  // "<Project/>" in UTF-16 LE with its byte-order mark.
-  std::string utf16 = "\xFF\xFE";
-  for (char c : std::string("<Project/>")) utf16 += std::string{c, '\0'};
-  EXPECT_EQ(LoadError(utf16), "1: project files must be UTF-8");
-}
-
-TEST_F(ProjectTest, DeepNestingIsAnErrorNotACrash) {
-  std::string text = "<Project>\n<Actions>\n";
-  for (int i = 0; i < 250; ++i) text += "<Action Class=\"TPlainAction\"><Actions>\n";
-  for (int i = 0; i < 250; ++i) text += "</Actions></Action>\n";
-  text += "</Actions>\n</Project>\n";
-  // The 201st nested <Actions> opens on the line of the 201st action.
-  EXPECT_EQ(LoadError(text), "203: actions nested more than 200 levels deep");
 }
 
 TEST_F(ProjectTest, LoadsVariablesFileSetsAndTheActionTree) {
@@ -419,23 +395,22 @@ TEST_F(ProjectTest, PropertiesAreAppliedInPublishedOrderThenLoaded) {
   EXPECT_FALSE(action.GetIncludePath());
 }
 
-TEST_F(ProjectTest, UnstoredPropertyIsStillAppliedThroughItsSetter) {
-  ASSERT_TRUE(Load(OneAction("<Property Name=\"oldpattern\">txt</Property>\n"))) << error_;
-  EXPECT_EQ(FirstCoupled().GetPattern(), "*.txt");
-}
-
-TEST_F(ProjectTest, ValuesOfEveryKindAreParsed) {
+// A property without storage is still applied through its setter.
+TEST_F(ProjectTest, ValuesOfEveryKindAndScriptsAreParsed) {
   ASSERT_TRUE(
       Load(OneAction("<Property Name=\"Mode\">1</Property>\n"
                      "<Property Name=\"Modes\">tmFast, tmSafe</Property>\n"
                      "<Property Name=\"Limit\">0x10</Property>\n"
-                     "<Property Name=\"Pattern\"><![CDATA[<*.c>]]></Property>\n")))
+                     "<Property Name=\"oldpattern\"><![CDATA[<c>]]></Property>\n"
+                     "<Script Name=\"OnLine\">if (Line &lt; 3) Line = '';</Script>\n")))
       << error_;
   TCoupledAction& action = FirstCoupled();
   EXPECT_EQ(action.Mode(), tmSafe);
   EXPECT_EQ(action.Modes().bits, 3u);
   EXPECT_EQ(action.GetLimit(), 16);
-  EXPECT_EQ(action.GetPattern(), "<*.c>");
+  EXPECT_EQ(action.GetPattern(), "*.<c>");
+  EXPECT_EQ(action.GetScriptByName("OnLine")->Code(), "if (Line < 3) Line = '';");
+  EXPECT_EQ(action.GetScriptByName("OnDone")->Code(), "");
 }
 
 TEST_F(ProjectTest, StringListsComeFromItemsOrFromLines) {
@@ -459,14 +434,6 @@ TEST_F(ProjectTest, StringListsComeFromItemsOrFromLines) {
     ASSERT_TRUE(Load(OneAction(c.property + "\n"))) << error_;
     EXPECT_EQ(FirstCoupled().Files(), c.files);
   }
-}
-
-TEST_F(ProjectTest, ScriptCodeGoesToTheDeclaredScript) {
-  ASSERT_TRUE(Load(OneAction("<Script Name=\"OnLine\">if (Line &lt; 3) Line = '';</Script>\n")))
-      << error_;
-  TCustomBVAction& action = *project_.actions[0].action;
-  EXPECT_EQ(action.GetScriptByName("OnLine")->Code(), "if (Line < 3) Line = '';");
-  EXPECT_EQ(action.GetScriptByName("OnDone")->Code(), "");
 }
 
 TEST_F(ProjectTest, FailedLoadLeavesTheProjectUntouched) {

@@ -104,9 +104,12 @@ class ScriptEngineTest : public ::testing::Test {
     return RunOn(action, engine, code, parameters);
   }
   // The EFailAction text a script ends with.
-  std::string FailureOf(const std::string& code, host::ScriptEngine* with = nullptr) {
+  std::string FailureOf(const std::string& code, host::ScriptEngine* with = nullptr,
+                        std::chrono::milliseconds timeout = {}) {
     try {
-      RunOn(action, with != nullptr ? *with : engine, code);
+      TBVActionScript script("OnTest", {});
+      script.SetCode(code);
+      (with != nullptr ? *with : engine).Run(action, script, nullptr, timeout);
     } catch (const EFailAction& error) {
       return error.what();
     }
@@ -118,11 +121,13 @@ class ScriptEngineTest : public ::testing::Test {
   host::ScriptEngine engine{host};
 };
 
-TEST_F(ScriptEngineTest, ParametersAreGlobalsAndComeBackChanged) {
+TEST_F(ScriptEngineTest, ParametersAreGlobalsAndComeBackChangedUnlessTheScriptFails) {
   ScriptParameters parameters = {{"FoundText", Variant("needle")}, {"ReplaceText", Variant("")}};
   Run("ReplaceText = FoundText.toUpperCase() + '!';", &parameters);
   EXPECT_EQ(parameters[0], (std::pair<std::string, Variant>("FoundText", Variant("needle"))));
   EXPECT_EQ(parameters[1], (std::pair<std::string, Variant>("ReplaceText", Variant("NEEDLE!"))));
+  EXPECT_THROW(Run("ReplaceText = 'changed';\nthrow new Error('late');", &parameters), EFailAction);
+  EXPECT_EQ(parameters[1].second, Variant("NEEDLE!"));
 }
 
 TEST_F(ScriptEngineTest, ParameterTypesFollowTheValue) {
@@ -156,7 +161,7 @@ TEST_F(ScriptEngineTest, ParameterTypesFollowTheValue) {
   }
 }
 
-TEST_F(ScriptEngineTest, ResultIsTheLastExpressionStatement) {
+TEST_F(ScriptEngineTest, ResultIsTheLastExpressionStatementOverTheActionObject) {
   const std::pair<const char*, Variant> rows[] = {
       {"1 + 2", Variant(3)},
       {"'a' + 'b'", Variant("ab")},
@@ -166,20 +171,24 @@ TEST_F(ScriptEngineTest, ResultIsTheLastExpressionStatement) {
       {"undefined", Variant()},
       {"var n = 1; n++; if (n > 1) { 'big'; } else { 'small'; }", Variant("big")},
       {"({})", Variant("[object Object]")},
+      {"[Action.Text, Action.Enabled, typeof Action.Enabled, Action.Count, typeof Action.Count,"
+       " Array.isArray(Action.Lines), Action.Lines.join('+'), Action.Position, Action.Places,"
+       " Action.Summary, Action.ClassName, Action.Name].join(';')",
+       Variant("hello;true;boolean;3;number;true;a+b;tpEnd;tpStart,tpMiddle;hello x3;"
+               "TScriptTestAction;Script Test")},
+      // The action object takes no new properties, and scripts share no globals.
+      {"Action.Txet = 'typo'; Action.Name = 'other'; typeof Action.Txet + ' ' + Action.Name",
+       Variant("undefined Script Test")},
+      {"leaked = 1;", Variant(1)},
+      {"typeof leaked", Variant("undefined")},
+      {"Brivant.log('copied ' + 3 + ' files');", Variant()},
   };
   for (const auto& [code, expected] : rows) {
     SCOPED_TRACE(code);
     EXPECT_EQ(Run(code), expected);
   }
-}
-
-TEST_F(ScriptEngineTest, ActionPropertiesReadInTheirScriptForm) {
-  Variant result =
-      Run("[Action.Text, Action.Enabled, typeof Action.Enabled, Action.Count, typeof Action.Count,"
-          " Array.isArray(Action.Lines), Action.Lines.join('+'), Action.Position, Action.Places,"
-          " Action.Summary, Action.ClassName, Action.Name].join(';')");
-  EXPECT_EQ(result, Variant("hello;true;boolean;3;number;true;a+b;tpEnd;tpStart,tpMiddle;"
-                            "hello x3;TScriptTestAction;Script Test"));
+  EXPECT_EQ(action.State(), "hello|on|3|a,b|1|5");
+  EXPECT_EQ(host.messages, (std::vector<testing::LoggedMessage>{{stInfo, "copied 3 files"}}));
 }
 
 TEST_F(ScriptEngineTest, ActionPropertiesAreWrittenThroughTheirSetters) {
@@ -208,13 +217,6 @@ TEST_F(ScriptEngineTest, ActionPropertiesAreWrittenThroughTheirSetters) {
     RunOn(fresh, engine, code);
     EXPECT_EQ(fresh.State(), expected);
   }
-}
-
-TEST_F(ScriptEngineTest, ActionObjectTakesNoNewProperties) {
-  EXPECT_EQ(Run("Action.Txet = 'typo'; Action.Name = 'other'; typeof Action.Txet + ' ' + "
-                "Action.Name"),
-            Variant("undefined Script Test"));
-  EXPECT_EQ(action.text, "hello");
 }
 
 // An action that publishes a property called Name.
@@ -284,7 +286,9 @@ TEST_F(ScriptEngineTest, RegisteredMethodsAndOtherActionsAreReachable) {
             "script OnTest: TypeError: property Position is read-only (line 1)");
 }
 
-TEST_F(ScriptEngineTest, RefusedPropertyValuesFailWithTheReason) {
+// Failures name the script, the line and the reason; refused values change
+// nothing.
+TEST_F(ScriptEngineTest, FailuresNameTheScriptTheLineAndTheReason) {
   const std::pair<const char*, const char*> rows[] = {
       {"Action.Summary = 'x';", "script OnTest: TypeError: property Summary is read-only (line 1)"},
       {"\nAction.Count = 2.5;",
@@ -298,6 +302,16 @@ TEST_F(ScriptEngineTest, RefusedPropertyValuesFailWithTheReason) {
        "(line 1)"},
       // The setter's own exception.
       {"Action.Count = -1;", "script OnTest: Error: Count must not be negative (line 1)"},
+      {"var v = 1;\nv = Brivant.getVariable('Missing');",
+       "script OnTest: Error: Variable \"Missing\" is not defined (line 2)"},
+      {"var x = 1;\n\nx = (;",
+       "script OnTest: SyntaxError: empty expression not allowed (line 3, end of input)"},
+      {"var a = 1;\nnoSuchFunction();",
+       "script OnTest: ReferenceError: identifier 'noSuchFunction' undefined (line 2)"},
+      {"function inner() {\n  return null.length;\n}\ninner();",
+       "script OnTest: TypeError: cannot read property 'length' of null (line 2)"},
+      {"\n\nthrow new RangeError('too far');", "script OnTest: RangeError: too far (line 3)"},
+      {"var n = 0;\nthrow 'no input';", "script OnTest: no input (line 2)"},
   };
   for (const auto& [code, expected] : rows) {
     SCOPED_TRACE(code);
@@ -317,45 +331,8 @@ TEST_F(ScriptEngineTest, VariablesAreReadAndWrittenThroughTheHost) {
   EXPECT_EQ(host.variables.Get("Ratio"), Variant(0.25));
 }
 
-TEST_F(ScriptEngineTest, UndefinedVariableFailsWithTheHostsMessage) {
-  EXPECT_EQ(FailureOf("var v = 1;\nv = Brivant.getVariable('Missing');"),
-            "script OnTest: Error: Variable \"Missing\" is not defined (line 2)");
-}
-
-TEST_F(ScriptEngineTest, LogSendsAnInfoLine) {
-  Run("Brivant.log('copied ' + 3 + ' files');");
-  EXPECT_EQ(host.messages, (std::vector<testing::LoggedMessage>{{stInfo, "copied 3 files"}}));
-}
-
-TEST_F(ScriptEngineTest, ErrorsNameTheScriptAndTheLine) {
-  const std::pair<const char*, const char*> rows[] = {
-      {"var x = 1;\n\nx = (;",
-       "script OnTest: SyntaxError: empty expression not allowed (line 3, end of input)"},
-      {"var a = 1;\nnoSuchFunction();",
-       "script OnTest: ReferenceError: identifier 'noSuchFunction' undefined (line 2)"},
-      {"function inner() {\n  return null.length;\n}\ninner();",
-       "script OnTest: TypeError: cannot read property 'length' of null (line 2)"},
-      {"\n\nthrow new RangeError('too far');", "script OnTest: RangeError: too far (line 3)"},
-      {"var n = 0;\nthrow 'no input';", "script OnTest: no input (line 2)"},
-  };
-  for (const auto& [code, expected] : rows) {
-    SCOPED_TRACE(code);
-    EXPECT_EQ(FailureOf(code), expected);
-  }
-}
-
-TEST_F(ScriptEngineTest, FailedScriptLeavesParametersAlone) {
-  ScriptParameters parameters = {{"ReplaceText", Variant("original")}};
-  EXPECT_THROW(Run("ReplaceText = 'changed';\nthrow new Error('late');", &parameters), EFailAction);
-  EXPECT_EQ(parameters[0].second, Variant("original"));
-}
-
-TEST_F(ScriptEngineTest, ScriptsDoNotShareGlobals) {
-  Run("leaked = 1;");
-  EXPECT_EQ(Run("typeof leaked"), Variant("undefined"));
-}
-
-TEST_F(ScriptEngineTest, RunawayScriptStopsAtTheTimeLimit) {
+// A script that runs too long or past a stop request ends where it was.
+TEST_F(ScriptEngineTest, RunawayScriptStopsAtTheTimeLimitOrOnRequest) {
   if (!host::ScriptEngine::CanInterruptScripts())
     GTEST_SKIP() << "this Duktape build cannot interrupt a running script";
   host::ScriptEngine limited(host, {.time = std::chrono::milliseconds(200)});
@@ -376,19 +353,16 @@ TEST_F(ScriptEngineTest, RunawayScriptStopsAtTheTimeLimit) {
   // a line.
   EXPECT_EQ(FailureOf("\nnew Array(4000000000).join('');", &limited),
             "script OnTest: ran longer than the time limit of 200 ms");
-}
-
-TEST_F(ScriptEngineTest, TimeOutOfTheCallReplacesTheEnginesLimit) {
-  if (!host::ScriptEngine::CanInterruptScripts())
-    GTEST_SKIP() << "this Duktape build cannot interrupt a running script";
-  TBVActionScript script("OnTest", {});
-  script.SetCode("for (;;) {}");
-  try {
-    engine.Run(action, script, nullptr, std::chrono::milliseconds(300));
-    ADD_FAILURE() << "the script was not stopped";
-  } catch (const EFailAction& error) {
-    EXPECT_STREQ(error.what(), "script OnTest: ran longer than the time limit of 300 ms (line 1)");
-  }
+  // The time-out of the call replaces the engine's limit.
+  EXPECT_EQ(FailureOf("for (;;) {}", &limited, std::chrono::milliseconds(300)),
+            "script OnTest: ran longer than the time limit of 300 ms (line 1)");
+  std::thread stopper([this] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    host.stop_signalled = true;
+  });
+  EXPECT_EQ(FailureOf("function spin() {\n  for (;;) {}\n}\nspin();"),
+            "script OnTest: stopped on request (line 2)");
+  stopper.join();
 }
 
 TEST_F(ScriptEngineTest, GreedyScriptStopsAtTheMemoryLimit) {
@@ -403,18 +377,6 @@ TEST_F(ScriptEngineTest, GreedyScriptStopsAtTheMemoryLimit) {
     EXPECT_EQ(FailureOf(code, &limited),
               "script OnTest: needed more than the memory limit of 16 MB (line 2)");
   }
-}
-
-TEST_F(ScriptEngineTest, StopRequestEndsARunningScript) {
-  if (!host::ScriptEngine::CanInterruptScripts())
-    GTEST_SKIP() << "this Duktape build cannot interrupt a running script";
-  std::thread stopper([this] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    host.stop_signalled = true;
-  });
-  EXPECT_EQ(FailureOf("function spin() {\n  for (;;) {}\n}\nspin();"),
-            "script OnTest: stopped on request (line 2)");
-  stopper.join();
 }
 
 }  // namespace

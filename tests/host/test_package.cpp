@@ -33,7 +33,7 @@ struct EnumTraits<TTestChannel> {
 
 namespace {
 
-// Logs its Text Repeat times; Validate insists on a Text.
+// Logs its Text; Validate insists on a Text.
 class TTestEchoAction : public TBVAction {
  public:
   static constexpr const char* kClassName = "TTestEchoAction";
@@ -84,15 +84,9 @@ class TTestEchoAction : public TBVAction {
     return false;
   }
 
+  // The other properties are there for `props` to print; no test runs them.
   bool Execute() override {
-    lines_written_ = 0;
-    std::string text = ExpandExpression(text_, false);
-    for (int32_t i = 0; i < repeat_; ++i) {
-      SendMessage(tone_ == ttLoud ? text + "!" : text, stInfo);
-      ++lines_written_;
-    }
-    for (const std::string& line : lines_) SendMessage(line, stInfo);
-    if (channels_.Contains(tcVariable)) SetVariable("ECHOED", Variant(text));
+    SendMessage(ExpandExpression(text_, false), stInfo);
     return true;
   }
 
