@@ -3,10 +3,12 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace brivant::platform {
 namespace {
@@ -48,6 +50,7 @@ EntryType TypeOfLinkTarget(int directory_fd, const char* name) {
 class DirectoryStream {
  public:
   explicit DirectoryStream(const std::string& path) : stream_(::opendir(path.c_str())) {}
+  explicit DirectoryStream(DIR* stream) : stream_(stream) {}
   ~DirectoryStream() {
     if (stream_ != nullptr) ::closedir(stream_);
   }
@@ -77,10 +80,8 @@ OsError WalkInto(const std::string& root, const std::string& relative, const Wal
   return {};
 }
 
-}  // namespace
-
-OsResult<std::vector<DirectoryEntry>> ListDirectory(const std::string& path) {
-  DirectoryStream stream(path);
+OsResult<std::vector<DirectoryEntry>> ListStream(const DirectoryStream& stream,
+                                                 const std::string& path) {
   if (stream.Get() == nullptr) return OsError::FromCode(errno, path);
   int directory_fd = ::dirfd(stream.Get());
   std::vector<DirectoryEntry> entries;
@@ -103,6 +104,51 @@ OsResult<std::vector<DirectoryEntry>> ListDirectory(const std::string& path) {
   std::sort(entries.begin(), entries.end(),
             [](const DirectoryEntry& a, const DirectoryEntry& b) { return a.name < b.name; });
   return entries;
+}
+
+}  // namespace
+
+OsResult<std::vector<DirectoryEntry>> ListDirectory(const std::string& path) {
+  return ListStream(DirectoryStream(path), path);
+}
+
+OsResult<OpenDirectory> OpenDirectory::Open(const std::string& path) {
+  int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return OsError::FromCode(errno, path);
+  return OpenDirectory(fd, path);
+}
+
+OpenDirectory::OpenDirectory(OpenDirectory&& other) noexcept
+    : fd_(std::exchange(other.fd_, -1)), path_(std::move(other.path_)) {}
+
+OpenDirectory::~OpenDirectory() {
+  if (fd_ >= 0) ::close(fd_);
+}
+
+OsResult<std::vector<DirectoryEntry>> OpenDirectory::List() const {
+  // The stream takes a descriptor of its own; it shares the position, so it
+  // starts from the top.
+  int fd = ::dup(fd_);
+  if (fd < 0) return OsError::FromCode(errno, path_);
+  DIR* stream = ::fdopendir(fd);
+  if (stream == nullptr) {
+    int error = errno;
+    ::close(fd);
+    return OsError::FromCode(error, path_);
+  }
+  ::rewinddir(stream);
+  return ListStream(DirectoryStream(stream), path_);
+}
+
+OsError OpenDirectory::DeleteFile(const std::string& name, ReadOnlyFile read_only) const {
+  struct stat existing;
+  if (read_only == ReadOnlyFile::kRefuse &&
+      ::fstatat(fd_, name.c_str(), &existing, AT_SYMLINK_NOFOLLOW) == 0 &&
+      S_ISREG(existing.st_mode) && (existing.st_mode & S_IWUSR) == 0) {
+    return OsError::FromCode(EACCES, path_ + "/" + name);
+  }
+  if (::unlinkat(fd_, name.c_str(), 0) == 0) return {};
+  return OsError::FromCode(errno, path_ + "/" + name);
 }
 
 OsError WalkDirectory(const std::string& root, const WalkVisitor& visit) {

@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/file_system.h"
@@ -37,6 +38,30 @@ struct DirectoryEntry {
 /// Fails with the OS error of opening or reading the directory (ENOENT,
 /// ENOTDIR, EACCES), naming `path`.
 [[nodiscard]] OsResult<std::vector<DirectoryEntry>> ListDirectory(const std::string& path);
+
+/// A directory held open while its entries are listed and files in it are
+/// removed: each name is looked up in the directory that was opened, however
+/// its path changes meanwhile (a directory swapped for a link cannot send a
+/// removal elsewhere), and without walking the whole path again.
+class OpenDirectory {
+ public:
+  /// Opens `path`, a link to a directory included; errors as ListDirectory.
+  [[nodiscard]] static OsResult<OpenDirectory> Open(const std::string& path);
+  OpenDirectory(OpenDirectory&& other) noexcept;
+  OpenDirectory& operator=(OpenDirectory&&) = delete;
+  ~OpenDirectory();
+
+  /// The entries as ListDirectory gives them.
+  [[nodiscard]] OsResult<std::vector<DirectoryEntry>> List() const;
+  /// DeleteFile of the entry `name`; errors name the entry's path.
+  [[nodiscard]] OsError DeleteFile(const std::string& name, ReadOnlyFile read_only) const;
+
+ private:
+  OpenDirectory(int fd, std::string path) : fd_(fd), path_(std::move(path)) {}
+
+  int fd_;
+  std::string path_;
+};
 
 /// Called for every entry of a walk with its path relative to the root
 /// ("sub/file.txt") and the entry. For a directory (not a link to one) the

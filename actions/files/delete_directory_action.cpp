@@ -35,7 +35,6 @@ class EDeleteOsError : public std::runtime_error {
 
 [[noreturn]] void RaiseOsError(const platform::OsError& error) { throw EDeleteOsError(error); }
 
-
 std::string JoinPath(const std::string& dir, const std::string& name) {
   return !dir.empty() && dir.back() == '/' ? dir + name : dir + "/" + name;
 }
@@ -132,12 +131,13 @@ void TDeleteDirectoryAction::RemoveDirectoryWithRetry(const std::string& path,
   if (error) RaiseOsError(error);
 }
 
-void TDeleteDirectoryAction::DeleteTreeFile(const std::string& path, const std::string& shown) {
+void TDeleteDirectoryAction::DeleteTreeFile(const platform::OpenDirectory& directory,
+                                            const std::string& name, const std::string& shown) {
   if (log_deleted_files_) SendMessage("Deleting " + shown + "...", stInfo);
   // Unlinked as it is: a hard link may share its mode with a file outside
   // the tree, which must come out unchanged.
-  platform::OsError error = platform::DeleteFile(
-      path, delete_read_only_ ? platform::ReadOnlyFile::kDelete : platform::ReadOnlyFile::kRefuse);
+  platform::OsError error = directory.DeleteFile(
+      name, delete_read_only_ ? platform::ReadOnlyFile::kDelete : platform::ReadOnlyFile::kRefuse);
   if (error) RaiseOsError(error);
 }
 
@@ -151,8 +151,11 @@ bool TDeleteDirectoryAction::DeleteSubdirectory(const std::string& path, const s
 }
 
 bool TDeleteDirectoryAction::DelTree(const std::string& path, const std::string& shown) {
-  // Every entry, hidden and system ones included, in name order.
-  platform::OsResult<std::vector<platform::DirectoryEntry>> entries = platform::ListDirectory(path);
+  // Every entry, hidden and system ones included, in name order; files are
+  // removed from the directory listed, whatever becomes of its path.
+  platform::OsResult<platform::OpenDirectory> directory = platform::OpenDirectory::Open(path);
+  if (!directory.IsOk()) RaiseOsError(directory.Error());
+  platform::OsResult<std::vector<platform::DirectoryEntry>> entries = directory.Value().List();
   if (!entries.IsOk()) RaiseOsError(entries.Error());
   bool emptied = true;
   for (const platform::DirectoryEntry& entry : entries.Value()) {
@@ -161,7 +164,7 @@ bool TDeleteDirectoryAction::DelTree(const std::string& path, const std::string&
     // A link, also one to a directory, is removed as a link: its target is
     // not part of the tree.
     if (entry.type != platform::EntryType::kDirectory) {
-      DeleteTreeFile(child, shown_child);
+      DeleteTreeFile(directory.Value(), entry.name, shown_child);
     } else if (platform::IsMountPoint(child)) {
       // Another file system is not part of the tree, as a mounted folder
       // is a reparse point that a tree delete never enters.

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "actions/files/file_or_directory_action.h"
+#include "platform/directory.h"
 
 namespace brivant {
 
@@ -52,7 +53,8 @@ class TDeleteDirectoryAction : public TFileOrDirectoryAction {
   bool DelTree(const std::string& path, const std::string& shown);
   bool DeleteSubdirectory(const std::string& path, const std::string& shown);
   // A file, or a link of any kind, removed as such.
-  void DeleteTreeFile(const std::string& path, const std::string& shown);
+  void DeleteTreeFile(const platform::OpenDirectory& directory, const std::string& name,
+                      const std::string& shown);
   // Throws the OS error when a second try after `retry_wait_ms` fails too.
   void RemoveDirectoryWithRetry(const std::string& path, uint32_t retry_wait_ms);
 
