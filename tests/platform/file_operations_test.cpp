@@ -2,14 +2,12 @@
 
 #include <fcntl.h>  // AT_FDCWD
 #include <gtest/gtest.h>
-#include <sys/resource.h>  // RLIMIT_FSIZE: a write failure that root gets too
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -59,26 +57,6 @@ std::string PatternOf(size_t size) {
   for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * 31 + i / 4096);
   return bytes;
 }
-
-// Lowers the file size limit for one scope; writing past it fails with
-// EFBIG even for root.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) : old_handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &saved_);
-    rlimit limited = saved_;
-    limited.rlim_cur = bytes;
-    setrlimit(RLIMIT_FSIZE, &limited);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &saved_);
-    std::signal(SIGXFSZ, old_handler_);
-  }
-
- private:
-  rlimit saved_;
-  void (*old_handler_)(int);
-};
 
 TEST_F(FileOperationsTest, CopyKeepsContentModeAndTimesAndReportsEachChunk) {
   const uint64_t big = kChunk + 3;

@@ -1,10 +1,8 @@
 #include "platform/file_system.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>  // RLIMIT_FSIZE: a write failure that root gets too
 
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -123,15 +121,11 @@ TEST_F(FileSystemTest, FailedAtomicWriteKeepsTheOldContentAndRemovesTheTemporary
 
   // A file size limit makes the write itself fail, for root too.
   Put("target", "old");
-  rlimit saved;
-  getrlimit(RLIMIT_FSIZE, &saved);
-  rlimit limited = saved;
-  limited.rlim_cur = 4096;
-  auto old_handler = std::signal(SIGXFSZ, SIG_IGN);
-  setrlimit(RLIMIT_FSIZE, &limited);
-  OsError error = WriteFileAtomically(PathOf("target"), std::string(100000, 'x'));
-  setrlimit(RLIMIT_FSIZE, &saved);
-  std::signal(SIGXFSZ, old_handler);
+  OsError error;
+  {
+    FileSizeLimit limit(4096);
+    error = WriteFileAtomically(PathOf("target"), std::string(100000, 'x'));
+  }
   ExpectError(error, EFBIG, "File too large", PathOf("target"));
   EXPECT_EQ(Get("target"), "old");
   EXPECT_EQ(NamesIn(root_), (std::vector<std::string>{"dir", "target"}));
