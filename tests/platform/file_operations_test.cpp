@@ -58,7 +58,7 @@ std::string PatternOf(size_t size) {
   return bytes;
 }
 
-TEST_F(FileOperationsTest, CopyKeepsContentModeAndTimesAndReportsEachChunk) {
+TEST_F(FileOperationsTest, CopyKeepsContentModeTimesAndDosWordAndReportsEachChunk) {
   const uint64_t big = kChunk + 3;
   const struct {
     const char* label;
@@ -77,6 +77,7 @@ TEST_F(FileOperationsTest, CopyKeepsContentModeAndTimesAndReportsEachChunk) {
     std::string source = "source" + std::to_string(index);
     std::string target = "target" + std::to_string(index++);
     Put(source, PatternOf(c.size));
+    SetDosAttribute(PathOf(source), "0x22");
     chmod(PathOf(source).c_str(), c.mode);
     SetTimes(PathOf(source), 1236259815, 123456789);
     Progress progress;
@@ -87,6 +88,7 @@ TEST_F(FileOperationsTest, CopyKeepsContentModeAndTimesAndReportsEachChunk) {
     struct stat info = StatOf(PathOf(target));
     EXPECT_EQ(info.st_mtim.tv_sec, 1236259815);
     EXPECT_EQ(info.st_mtim.tv_nsec, 123456789);
+    EXPECT_EQ(DosAttribute(PathOf(target)), "0x22");
     EXPECT_EQ(progress, c.progress);
   }
 }
@@ -107,13 +109,6 @@ TEST_F(FileOperationsTest, CopyReplacesAnExistingTargetAndLeavesNoTemporary) {
   EXPECT_EQ(Get("target"), "new");
   EXPECT_EQ(ModeOf(PathOf("target")), ModeOf(PathOf("source")));
   EXPECT_EQ(NamesIn(root_), (std::vector<std::string>{"source", "target"}));
-}
-
-TEST_F(FileOperationsTest, CopyKeepsTheDosAttributeWord) {
-  Put("source", "x");
-  SetDosAttribute(PathOf("source"), "0x22");
-  ASSERT_FALSE(Copy("source", "target", /*fail_if_exists=*/false));
-  EXPECT_EQ(DosAttribute(PathOf("target")), "0x22");
 }
 
 TEST_F(FileOperationsTest, CopyThroughALinkWritesTheLinkedFile) {

@@ -26,7 +26,7 @@ class FileSystemTest : public TempDirTest {
   }
 };
 
-TEST_F(FileSystemTest, ReadFileReturnsEveryByte) {
+TEST_F(FileSystemTest, ReadFileReturnsEveryByteAndPrefixesStopAtTheLimit) {
   std::string large(200001, '\0');
   for (size_t i = 0; i < large.size(); ++i) large[i] = static_cast<char>(i * 7);
   const struct {
@@ -40,9 +40,7 @@ TEST_F(FileSystemTest, ReadFileReturnsEveryByte) {
     ASSERT_TRUE(read.IsOk()) << read.Error().Describe();
     EXPECT_EQ(read.Value(), c.bytes);
   }
-}
-
-TEST_F(FileSystemTest, ReadFilePrefixStopsAtTheLimitOrTheEnd) {
+  // A prefix stops at the limit or the end.
   Put("long", "ABCDEFG");
   Put("short", "AB");
   EXPECT_EQ(ReadFilePrefix(PathOf("long"), 4).Value(), "ABCD");
@@ -220,21 +218,18 @@ TEST_F(FileSystemTest, ExistenceChecksFollowLinksAndTreatFailuresAsNo) {
   }
 }
 
-TEST_F(FileSystemTest, CreateDirectoriesMakesEveryMissingParent) {
+TEST_F(FileSystemTest, CreateDirectoriesMakesEveryMissingParentOrNamesTheOneAtFault) {
   for (const char* path : {"a/b/c", "a/b/c", "a/b/d/", "x//y"}) {
     SCOPED_TRACE(path);
     ASSERT_FALSE(CreateDirectories(PathOf(path)));
     EXPECT_TRUE(fs::is_directory(PathOf(path)));
   }
-}
-
-TEST_F(FileSystemTest, CreateDirectoriesNamesTheComponentThatFailed) {
   Put("file", "");
   ExpectError(CreateDirectories(PathOf("file/b/c")), ENOTDIR, "Not a directory", PathOf("file"));
   ExpectError(CreateDirectories(""), ENOENT, "No such file or directory", "");
 }
 
-TEST_F(FileSystemTest, RenameFileReplacesOnlyWhenAsked) {
+TEST_F(FileSystemTest, RenameFileReplacesOnlyWhenAskedAndNamesThePathAtFault) {
   Put("from", "1");
   Put("to", "2");
   ExpectError(RenameFile(PathOf("from"), PathOf("to"), IfTargetExists::kFail), EEXIST,
@@ -246,15 +241,12 @@ TEST_F(FileSystemTest, RenameFileReplacesOnlyWhenAsked) {
   EXPECT_FALSE(fs::exists(PathOf("from")));
   ASSERT_FALSE(RenameFile(PathOf("to"), PathOf("moved"), IfTargetExists::kFail));
   EXPECT_EQ(Get("moved"), "1");
-}
-
-TEST_F(FileSystemTest, RenameFileErrorNamesThePathAtFault) {
-  Put("from", "1");
+  // Errors name the path at fault.
   for (IfTargetExists mode : {IfTargetExists::kFail, IfTargetExists::kReplace}) {
     SCOPED_TRACE(static_cast<int>(mode));
     ExpectError(RenameFile(PathOf("missing"), PathOf("to"), mode), ENOENT,
                 "No such file or directory", PathOf("missing"));
-    ExpectError(RenameFile(PathOf("from"), PathOf("no/dir/to"), mode), ENOENT,
+    ExpectError(RenameFile(PathOf("moved"), PathOf("no/dir/to"), mode), ENOENT,
                 "No such file or directory", PathOf("no/dir/to"));
   }
 }

@@ -61,10 +61,11 @@ class ProcessTest : public ::testing::Test {
   std::function<void(const std::string&)> line_hook;
 };
 
-TEST_F(ProcessTest, OutputIsSplitIntoLines) {
+TEST_F(ProcessTest, OutputIsSplitIntoLinesAndTheExitIsWaitedFor) {
   struct Case {
     const char* script;
     Lines expected;
+    int exit_code = 0;
   };
   const Case cases[] = {
       {"printf 'a\\nb\\n'", {"a", "b"}},
@@ -74,28 +75,21 @@ TEST_F(ProcessTest, OutputIsSplitIntoLines) {
       {"printf 'inner\\rcr\\n'", {"inner\rcr"}},
       {"true", {}},
       {"printf 'x\\0y\\n'", {std::string("x\0y", 3)}},
+      // 300 000 bytes fill any pipe buffer; the program only ends if we read.
+      {"head -c 300000 /dev/zero | tr '\\0' x; printf '\\nend\\n'",
+       {std::string(300000, 'x'), "end"}},
+      // Never our own standard input, which may be a terminal or an open pipe.
+      {"readlink /proc/$$/fd/0; cat", {"/dev/null"}},
+      {"echo early; exec >&-; sleep 0.2; exit 6", {"early"}, 6},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.script);
     lines.clear();
-    Run(Shell(c.script));
+    ProcessExit exit = Run(Shell(c.script));
+    EXPECT_EQ(exit.end, ProcessEnd::kExited);
+    EXPECT_EQ(exit.exit_code, c.exit_code);
     EXPECT_EQ(lines, c.expected);
   }
-}
-
-TEST_F(ProcessTest, OutputLargerThanThePipeIsReadWhileTheProgramRuns) {
-  // 300 000 bytes fill any pipe buffer; the program only ends if we read.
-  ProcessExit exit = Run(Shell("head -c 300000 /dev/zero | tr '\\0' x; printf '\\nend\\n'"));
-  EXPECT_EQ(exit.end, ProcessEnd::kExited);
-  ASSERT_EQ(lines.size(), 2u);
-  EXPECT_EQ(lines[0], std::string(300000, 'x'));
-  EXPECT_EQ(lines[1], "end");
-}
-
-TEST_F(ProcessTest, WithoutInputFileStandardInputIsDevNull) {
-  // Never our own standard input, which may be a terminal or an open pipe.
-  Run(Shell("readlink /proc/$$/fd/0; cat"));
-  EXPECT_EQ(lines, Lines{"/dev/null"});
 }
 
 TEST_F(ProcessTest, ProgramThatCannotStartIsReportedWithThePathAtFault) {
@@ -169,13 +163,6 @@ TEST_F(ProcessTest, TerminateEndsTheWholeGroup) {
     int sleeper = std::stoi(lines[0]);
     EXPECT_TRUE(WaitUntil([&] { return !IsRunning(sleeper); })) << "sleep survived";
   }
-}
-
-TEST_F(ProcessTest, ProgramClosingItsOutputEarlyIsStillWaitedFor) {
-  ProcessExit exit = Run(Shell("echo early; exec >&-; sleep 0.2; exit 6"));
-  EXPECT_EQ(exit.end, ProcessEnd::kExited);
-  EXPECT_EQ(exit.exit_code, 6);
-  EXPECT_EQ(lines, Lines{"early"});
 }
 
 TEST_F(ProcessTest, BackgroundChildHoldingThePipeDoesNotDelayTheEnd) {
