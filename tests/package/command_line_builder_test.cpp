@@ -73,21 +73,14 @@ TEST(SplitWindowsCommandLine, FollowsTheWindowsRules) {
     Words words;
   };
   const Case cases[] = {
-      {"a b", {"a", "b"}},
-      {"\"a b\"", {"a b"}},
-      {"\\\"", {"\""}},
-      {"a\\\\\"b c\"", {"a\\b c"}},
-      {"a\\\\\\\"b", {"a\\\"b"}},
-      {"\"\"", {""}},
-      {"x \"\" y", {"x", "", "y"}},
-      {"a\\b\\\\c", {"a\\b\\\\c"}},
-      {"  lead\t\ttrail  ", {"lead", "trail"}},
-      {"ab\"c d\"ef", {"abc def"}},
-      {"\"a \"\"b\"\" c\"", {"a \"b\" c"}},
-      {"\"unterminated x", {"unterminated x"}},
-      {"", {}},
-      {"   ", {}},
+      // clang-format off
+      {"a b", {"a", "b"}}, {"\"a b\"", {"a b"}}, {"\\\"", {"\""}}, {"a\\\\\"b c\"", {"a\\b c"}},
+      {"a\\\\\\\"b", {"a\\\"b"}}, {"\"\"", {""}}, {"x \"\" y", {"x", "", "y"}},
+      {"a\\b\\\\c", {"a\\b\\\\c"}}, {"  lead\t\ttrail  ", {"lead", "trail"}},
+      {"ab\"c d\"ef", {"abc def"}}, {"\"a \"\"b\"\" c\"", {"a \"b\" c"}},
+      {"\"unterminated x", {"unterminated x"}}, {"", {}}, {"   ", {}},
       {"/XF *.bak", {"/XF", "*.bak"}},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE("text: [" + c.text + "]");

@@ -57,11 +57,11 @@ TEST_F(TextFileTest, SaveWritesTheMarkThenTheTextInEachEncoding) {
     TEncodingType encoding;
     std::string expected;
   } cases[] = {
-      {etUTF8, kUtf8Bom + kSampleUtf8},
-      {etUTF16LE, kLeBom + kSampleLe},
-      {etUTF16BE, kBeBom + kSampleBe},
-      {etAnsi, kSampleUtf8},
+      // clang-format off
+      {etUTF8, kUtf8Bom + kSampleUtf8}, {etUTF16LE, kLeBom + kSampleLe},
+      {etUTF16BE, kBeBom + kSampleBe}, {etAnsi, kSampleUtf8},
       {static_cast<TEncodingType>(7), kSampleUtf8},  // unknown ordinals are ANSI
+      // clang-format on
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(static_cast<int>(c.encoding));

@@ -311,12 +311,11 @@ TEST_F(FileOperationsTest, RemoveDirectoryNeverFollowsALink) {
     int code;
     const char* message;
   } cases[] = {
-      {"empty", 0, ""},
-      {"full", ENOTEMPTY, "Directory not empty"},
-      {"to-dir", 0, ""},
-      {"to-file", ENOTDIR, "Not a directory"},
-      {"file", ENOTDIR, "Not a directory"},
+      // clang-format off
+      {"empty", 0, ""}, {"full", ENOTEMPTY, "Directory not empty"}, {"to-dir", 0, ""},
+      {"to-file", ENOTDIR, "Not a directory"}, {"file", ENOTDIR, "Not a directory"},
       {"missing", ENOENT, "No such file or directory"},
+      // clang-format on
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -421,15 +420,14 @@ TEST_F(LastWriteTimeTest, ImpossibleDatesAreRefused) {
     const char* label;
     LocalTime local;
   } cases[] = {
+      // clang-format off
       {"29 February of a common year", {2009, 2, 29, 0, 0, 0, 0}},
       {"30 February of a leap year", {2008, 2, 30, 0, 0, 0, 0}},
-      {"31 April", {2009, 4, 31, 0, 0, 0, 0}},
-      {"month 13", {2009, 13, 1, 0, 0, 0, 0}},
-      {"day 0", {2009, 1, 0, 0, 0, 0, 0}},
-      {"hour 24", {2009, 1, 1, 24, 0, 0, 0}},
-      {"minute 60", {2009, 1, 1, 0, 60, 0, 0}},
-      {"second -1", {2009, 1, 1, 0, 0, -1, 0}},
+      {"31 April", {2009, 4, 31, 0, 0, 0, 0}}, {"month 13", {2009, 13, 1, 0, 0, 0, 0}},
+      {"day 0", {2009, 1, 0, 0, 0, 0, 0}}, {"hour 24", {2009, 1, 1, 24, 0, 0, 0}},
+      {"minute 60", {2009, 1, 1, 0, 60, 0, 0}}, {"second -1", {2009, 1, 1, 0, 0, -1, 0}},
       {"millisecond 1000", {2009, 1, 1, 0, 0, 0, 1000}},
+      // clang-format on
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.label);

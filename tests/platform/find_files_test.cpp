@@ -102,35 +102,22 @@ TEST(MatchesMask, FollowsTheWildcardRules) {
     const char* mask;
     bool matches;
   } cases[] = {
+      // clang-format off
       {"abc.txt", "*.txt", true},
       {"abc.txt", "*.TXT", false},  // case-sensitive, as the file system is
-      {"abc.txtx", "*.txt", false},
-      {"abc", "*.*", true},
-      {".profile", "*.*", true},
+      {"abc.txtx", "*.txt", false}, {"abc", "*.*", true}, {".profile", "*.*", true},
       {"abc", "abc.*", true},  // a trailing ".*" also takes names without a dot
-      {"abc.d", "abc.*", true},
-      {"abcd", "abc.*", false},
-      {"abc.tar.gz", "abc.*", true},
+      {"abc.d", "abc.*", true}, {"abcd", "abc.*", false}, {"abc.tar.gz", "abc.*", true},
       {"abc", "abc?", true},  // `?` takes nothing at the end of a name
-      {".", "*.*", true},
-      {"..", "*.*", true},
-      {"ab", "a*.*", true},
+      {".", "*.*", true}, {"..", "*.*", true}, {"ab", "a*.*", true},
       {"a.", "a?.*", true},  // `?` takes nothing before a dot
-      {"a.b.c", "*.c", true},
-      {"abc", "a?c", true},
-      {"ac", "a?c", false},
-      {"a.txt", "?.txt", true},
-      {"aa.txt", "?.txt", false},
-      {"abbbc", "a*c", true},
-      {"abcd", "a*c", false},
-      {"mississippi", "m*iss*ppi", true},
-      {"aaa", "a*a*a*a", false},
-      {"x*y", "x*y", true},
-      {"name", "name", true},
-      {"name", "nam", false},
-      {"name", "", false},
+      {"a.b.c", "*.c", true}, {"abc", "a?c", true}, {"ac", "a?c", false}, {"a.txt", "?.txt", true},
+      {"aa.txt", "?.txt", false}, {"abbbc", "a*c", true}, {"abcd", "a*c", false},
+      {"mississippi", "m*iss*ppi", true}, {"aaa", "a*a*a*a", false}, {"x*y", "x*y", true},
+      {"name", "name", true}, {"name", "nam", false}, {"name", "", false},
       {"ab.c", "*b*.", false},  // a run before a final dot does not take the last dot
       {"ab.c.", "*b*.", true},
+      // clang-format on
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.name) + " ~ " + c.mask);
@@ -186,15 +173,12 @@ TEST_F(FindFilesTest, EachEntryCarriesAttributesSizeAndTime) {
     uint32_t attributes;
     uint64_t size;
   } cases[] = {
-      {".hidden", kHidden, 1},
-      {".hiddendir", kHidden | kDirectory, 0},
-      {"dir", kDirectory, 0},
-      {"file", kNormal, 1},
-      {"linkdir", kLink | kDirectory, 0},
+      // clang-format off
+      {".hidden", kHidden, 1}, {".hiddendir", kHidden | kDirectory, 0}, {"dir", kDirectory, 0},
+      {"file", kNormal, 1}, {"linkdir", kLink | kDirectory, 0},
       {"linkfile", kLink, 1},  // the size of what a copy would read
-      {"readonly", kReadOnly, 1},
-      {"sized", kNormal, 5},
-      {"system", kSystem, 1},
+      {"readonly", kReadOnly, 1}, {"sized", kNormal, 5}, {"system", kSystem, 1},
+      // clang-format on
   };
   std::vector<FoundEntry> found = Find(PathOf("*"));
   ASSERT_EQ(found.size(), std::size(cases) + 2);

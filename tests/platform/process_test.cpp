@@ -68,12 +68,10 @@ TEST_F(ProcessTest, OutputIsSplitIntoLinesAndTheExitIsWaitedFor) {
     int exit_code = 0;
   };
   const Case cases[] = {
-      {"printf 'a\\nb\\n'", {"a", "b"}},
-      {"printf 'a\\r\\nb'", {"a", "b"}},
-      {"printf '\\n\\nlast'", {"", "", "last"}},
-      {"printf 'cr only\\r'", {"cr only"}},
-      {"printf 'inner\\rcr\\n'", {"inner\rcr"}},
-      {"true", {}},
+      // clang-format off
+      {"printf 'a\\nb\\n'", {"a", "b"}}, {"printf 'a\\r\\nb'", {"a", "b"}},
+      {"printf '\\n\\nlast'", {"", "", "last"}}, {"printf 'cr only\\r'", {"cr only"}},
+      {"printf 'inner\\rcr\\n'", {"inner\rcr"}}, {"true", {}},
       {"printf 'x\\0y\\n'", {std::string("x\0y", 3)}},
       // 300 000 bytes fill any pipe buffer; the program only ends if we read.
       {"head -c 300000 /dev/zero | tr '\\0' x; printf '\\nend\\n'",
@@ -81,6 +79,7 @@ TEST_F(ProcessTest, OutputIsSplitIntoLinesAndTheExitIsWaitedFor) {
       // Never our own standard input, which may be a terminal or an open pipe.
       {"readlink /proc/$$/fd/0; cat", {"/dev/null"}},
       {"echo early; exec >&-; sleep 0.2; exit 6", {"early"}, 6},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.script);
@@ -203,14 +202,14 @@ TEST_F(ProcessTest, FindExecutableSearchesPathInOrder) {
     std::string expected;
   };
   const Case cases[] = {
+      // clang-format off
       {"tool", temp.Join("c/tool")},
       {"nothing-like-it", "nothing-like-it: No such file or directory"},
-      {"locked", "locked: Permission denied"},
-      {"", "No such file or directory"},
-      {"/bin/sh", "/bin/sh"},
-      {temp.Join("d/tool"), temp.Join("d/tool")},
+      {"locked", "locked: Permission denied"}, {"", "No such file or directory"},
+      {"/bin/sh", "/bin/sh"}, {temp.Join("d/tool"), temp.Join("d/tool")},
       {temp.Join("a/tool"), temp.Join("a/tool") + ": Permission denied"},
       {temp.Join("zzz/tool"), temp.Join("zzz/tool") + ": No such file or directory"},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
