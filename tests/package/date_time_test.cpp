@@ -205,16 +205,13 @@ TDateTime Afternoon() { return EncodeDateTime(2009, 3, 5, 14, 30, 7, 45); }
 TEST(FormatDateTime, NumericFields) {
   ExpectFormats(Afternoon(), TFormatSettings{},
                 {
-                    {"d/m/yy", "5/3/09"},
-                    {"dd/mm/yyyy", "05/03/2009"},
-                    {"yyyy-mm-dd", "2009-03-05"},
-                    {"y yyy", "09 2009"},
-                    {"h:n:s", "14:30:7"},
-                    {"hh:nn:ss.zzz", "14:30:07.045"},
-                    {"z zz zzzz", "45 45 045"},
-                    {"HH:NN:SS", "14:30:07"},
-                    {"DD-MM-YYYY", "05-03-2009"},
+                    // clang-format off
+                    {"d/m/yy", "5/3/09"}, {"dd/mm/yyyy", "05/03/2009"},
+                    {"yyyy-mm-dd", "2009-03-05"}, {"y yyy", "09 2009"}, {"h:n:s", "14:30:7"},
+                    {"hh:nn:ss.zzz", "14:30:07.045"}, {"z zz zzzz", "45 45 045"},
+                    {"HH:NN:SS", "14:30:07"}, {"DD-MM-YYYY", "05-03-2009"},
                     {"e ee [g][gg]", "2009 09 [][]"},
+                    // clang-format on
                 });
   ExpectFormats(
       EncodeDateTime(5, 1, 2, 3, 4, 5, 6), TFormatSettings{},
@@ -240,16 +237,14 @@ TEST(FormatDateTime, TwelveHourClockAndAmPm) {
   settings.time_pm_string = "nachm.";
   ExpectFormats(Afternoon(), settings,
                 {
-                    {"h:mm am/pm", "2:30 pm"},
-                    {"hh:mm AM/PM", "02:30 PM"},
-                    {"h Am/pM", "2 pM"},
-                    {"h:nn a/p", "2:30 p"},
-                    {"h:nn A/P", "2:30 P"},
-                    {"h:nn ampm", "2:30 nachm."},
+                    // clang-format off
+                    {"h:mm am/pm", "2:30 pm"}, {"hh:mm AM/PM", "02:30 PM"}, {"h Am/pM", "2 pM"},
+                    {"h:nn a/p", "2:30 p"}, {"h:nn A/P", "2:30 P"}, {"h:nn ampm", "2:30 nachm."},
                     {"am/pm h", "pm 2"},  // the specifier counts wherever it is
                     {"h 'am/pm'", "14 am/pm"},
                     {"h a/x", "14 a/x"},  // an incomplete specifier is literal text
                 });
+  // clang-format on
   ExpectFormats(EncodeDateTime(2009, 3, 5, 0, 5, 0, 0), settings,
                 {{"h:nn am/pm", "12:05 am"}, {"h ampm", "12 vorm."}, {"hh", "00"}});
   ExpectFormats(EncodeDateTime(2009, 3, 5, 12, 0, 0, 0), settings,
@@ -276,14 +271,12 @@ TEST(FormatDateTime, SeparatorsAndLiterals) {
   settings.time_separator = ".";
   ExpectFormats(Afternoon(), settings,
                 {
-                    {"dd/mm/yyyy hh:nn", "05-03-2009 14.30"},
-                    {"'dd/mm' \"hh:nn\"", "dd/mm hh:nn"},
-                    {"yyyy'/'mm", "2009/03"},
-                    {"\"it's\" h", "it's 14"},
-                    {"'unterminated d", "unterminated d"},
-                    {"d''d", "55"},
-                    {"x b q! #", "x b q! #"},
+                    // clang-format off
+                    {"dd/mm/yyyy hh:nn", "05-03-2009 14.30"}, {"'dd/mm' \"hh:nn\"", "dd/mm hh:nn"},
+                    {"yyyy'/'mm", "2009/03"}, {"\"it's\" h", "it's 14"},
+                    {"'unterminated d", "unterminated d"}, {"d''d", "55"}, {"x b q! #", "x b q! #"},
                     {"yyyy年m月d日", "2009年3月5日"},
+                    // clang-format on
                 });
 }
 
@@ -295,13 +288,12 @@ TEST(FormatDateTime, NestedFormats) {
   settings.long_time_format = "hh:nn:ss am/pm";
   ExpectFormats(Afternoon(), settings,
                 {
-                    {"c", "05/03/2009 02:30:07 pm"},
-                    {"", "05/03/2009 02:30:07 pm"},
-                    {"ddddd", "05/03/2009"},
-                    {"dddddd", "Thursday 5 March 2009"},
-                    {"ddddddddd", "Thursday 5 March 2009"},
-                    {"t|tt", "14:30|02:30:07 pm"},
+                    // clang-format off
+                    {"c", "05/03/2009 02:30:07 pm"}, {"", "05/03/2009 02:30:07 pm"},
+                    {"ddddd", "05/03/2009"}, {"dddddd", "Thursday 5 March 2009"},
+                    {"ddddddddd", "Thursday 5 March 2009"}, {"t|tt", "14:30|02:30:07 pm"},
                     {"[c]", "[05/03/2009 02:30:07 pm]"},
+                    // clang-format on
                 });
   // Midnight exactly leaves the time out of "c", a millisecond later doesn't.
   ExpectFormats(EncodeDateTime(2009, 3, 5, 0, 0, 0, 0), settings, {{"c", "05/03/2009"}});

@@ -8,14 +8,15 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "tests/platform/temp_dir.h"
+#include "tests/support/scoped_env.h"
 
 namespace brivant::platform {
 namespace {
@@ -363,25 +364,17 @@ class LastWriteTimeTest : public FileOperationsTest {
  protected:
   void SetUp() override {
     FileOperationsTest::SetUp();
-    const char* zone = std::getenv("TZ");
-    if (zone != nullptr) saved_zone_ = zone;
-    had_zone_ = zone != nullptr;
-    setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+    zone_.emplace("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
     tzset();
   }
   void TearDown() override {
-    if (had_zone_) {
-      setenv("TZ", saved_zone_.c_str(), 1);
-    } else {
-      unsetenv("TZ");
-    }
+    zone_.reset();
     tzset();
     FileOperationsTest::TearDown();
   }
 
  private:
-  std::string saved_zone_;
-  bool had_zone_ = false;
+  std::optional<testing::ScopedEnv> zone_;
 };
 
 // UTC seconds from `date -u -d '2009-03-05 13:30:15' +%s` and
