@@ -260,11 +260,5 @@ TEST_F(FileSystemTest, DeleteFileRemovesALinkNotItsTarget) {
   ExpectError(DeleteFile(PathOf("file")), ENOENT, "No such file or directory", PathOf("file"));
 }
 
-TEST_F(FileSystemTest, GetCurrentDirectoryIsTheWorkingDirectory) {
-  OsResult<std::string> current = GetCurrentDirectory();
-  ASSERT_TRUE(current.IsOk());
-  EXPECT_EQ(current.Value(), fs::current_path().string());
-}
-
 }  // namespace
 }  // namespace brivant::platform

@@ -149,13 +149,6 @@ TEST(MatchesMask, FindsWhatTheDirectorySearchFindsByLongNames) {
   }
 }
 
-TEST(HasWildcards, LooksForStarAndQuestionMark) {
-  EXPECT_TRUE(HasWildcards("/src/*.dll"));
-  EXPECT_TRUE(HasWildcards("a?c"));
-  EXPECT_FALSE(HasWildcards("/src/a.dll"));
-  EXPECT_FALSE(HasWildcards(""));
-}
-
 TEST_F(FindFilesTest, EntriesComeSortedByByteValue) {
   for (const char* name : {"b", "a", "B", "_x", "\xC3\xA9", "a0"}) Put(name, "");
   EXPECT_EQ(Names(PathOf("*")),
