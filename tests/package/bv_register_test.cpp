@@ -314,19 +314,49 @@ TEST(BVRegister, RegisteredActionsFollowTheHostTableInOrder) {
   }
 }
 
-TEST(BVRegister, ConsoleHostGetsNoEditorsOrPagesAndIsAskedTwice) {
-  RecordingServices services(/*design_time=*/false);
-  BVRegister(&services);
-  EXPECT_EQ(services.design_time_queries, 2);
-  for (const std::string& call : services.calls) {
-    EXPECT_TRUE(call.rfind("editor", 0) != 0 && call.rfind("frames", 0) != 0) << call;
+// Where the registration routines stand in the call order, for a console
+// host and for the designer; only the designer gets editors and pages.
+TEST(BVRegister, RoutinesStandInTheirPlaceAndOnlyTheDesignerGetsEditorsAndPages) {
+  for (bool design_time : {false, true}) {
+    SCOPED_TRACE(design_time ? "designer" : "console");
+    RecordingServices services(design_time);
+    BVRegister(&services);
+    EXPECT_EQ(services.design_time_queries, 2);
+    const std::vector<std::string>& calls = services.calls;
+    auto at = [&](const std::string& call) {
+      return std::find(calls.begin(), calls.end(), call) - calls.begin();
+    };
+    const std::ptrdiff_t none = static_cast<std::ptrdiff_t>(calls.size());
+    bool designer_calls = false;
+    for (const std::string& call : calls)
+      designer_calls =
+          designer_calls || call.rfind("editor", 0) == 0 || call.rfind("frames", 0) == 0;
+    EXPECT_EQ(designer_calls, design_time);
+    // The Robocopy options between XCopy and the first Robocopy action.
+    auto options = at("options TBVRobocopyOptions ROBOCOPYICON");
+    ASSERT_LT(options, none);
+    EXPECT_EQ(at("action TBVXCopyAction"), options - 1);
+    EXPECT_EQ(at("action TBVRobocopyCopyAction"), options + 1);
+    EXPECT_EQ(at("options-frames TBVRobocopyOptions") < none, design_time);
+    // The registry actions' routine between the date/time and rename rows.
+    auto start = at("action TDateTimeAction"), end = at("action TRenameDirAction");
+    ASSERT_LT(start, end);
+    ASSERT_LT(end, none);
+    std::vector<std::string> expected = kRegistryRoutineCalls;
+    if (!design_time) expected.resize(13);  // the actions and constants only
+    EXPECT_EQ(std::vector<std::string>(calls.begin() + start + 1, calls.begin() + end), expected);
+    // Each iterator's "Reset" script method follows the iterator rows, so a
+    // console host knows them too.
+    auto folder = at("action TFolderIterator");
+    ASSERT_LT(folder + 2, none);
+    EXPECT_EQ(calls[folder + 1], "method TFileIterator.Reset");
+    EXPECT_EQ(calls[folder + 2], "method TFolderIterator.Reset");
   }
 }
 
 TEST(BVRegister, DesignerGetsEachActionsPagesInTableOrder) {
   RecordingServices services(/*design_time=*/true);
   BVRegister(&services);
-  EXPECT_EQ(services.design_time_queries, 2);
   // Every registered action with a page set gets exactly its pages, in order.
   size_t next = 0;
   for (const auto& [class_name, pages] : services.frames) {
@@ -374,52 +404,6 @@ TEST(BVRegister, DesignerGetsTheEditorsOfRegisteredActionsInTableOrder) {
   }
   EXPECT_LT(last_action, first_editor);
   EXPECT_LT(first_editor, first_frames);
-}
-
-// The Robocopy options page is registered between XCopy and the first
-// Robocopy action; its page only for the designer.
-TEST(BVRegister, RobocopyOptionsStandBetweenXCopyAndRobocopy) {
-  for (bool design_time : {false, true}) {
-    SCOPED_TRACE(design_time ? "designer" : "console");
-    RecordingServices services(design_time);
-    BVRegister(&services);
-    auto at = [&](const std::string& call) {
-      return std::find(services.calls.begin(), services.calls.end(), call) - services.calls.begin();
-    };
-    auto options = at("options TBVRobocopyOptions ROBOCOPYICON");
-    ASSERT_LT(options, static_cast<std::ptrdiff_t>(services.calls.size()));
-    EXPECT_EQ(at("action TBVXCopyAction"), options - 1);
-    EXPECT_EQ(at("action TBVRobocopyCopyAction"), options + 1);
-    bool has_page = at("options-frames TBVRobocopyOptions") <
-                    static_cast<std::ptrdiff_t>(services.calls.size());
-    EXPECT_EQ(has_page, design_time);
-  }
-}
-
-TEST(BVRegister, RegistryRoutineRunsBetweenDateTimeAndRenameWithItsDesignerPartsOnlyThere) {
-  for (bool design_time : {false, true}) {
-    SCOPED_TRACE(design_time ? "designer" : "console");
-    RecordingServices services(design_time);
-    BVRegister(&services);
-    auto start = std::find(services.calls.begin(), services.calls.end(), "action TDateTimeAction");
-    auto end = std::find(start, services.calls.end(), "action TRenameDirAction");
-    ASSERT_NE(end, services.calls.end());
-    std::vector<std::string> expected = kRegistryRoutineCalls;
-    if (!design_time) expected.resize(13);  // the actions and constants only
-    EXPECT_EQ(std::vector<std::string>(start + 1, end), expected);
-  }
-}
-
-// Each iterator's "Reset" script method follows the iterator rows it belongs
-// to, so a console host knows them too.
-TEST(BVRegister, IteratorResetMethodsFollowTheFolderIterator) {
-  RecordingServices services(/*design_time=*/false);
-  BVRegister(&services);
-  auto folder = std::find(services.calls.begin(), services.calls.end(), "action TFolderIterator");
-  ASSERT_NE(folder, services.calls.end());
-  ASSERT_GE(services.calls.end() - folder, 3);
-  EXPECT_EQ(*(folder + 1), "method TFileIterator.Reset");
-  EXPECT_EQ(*(folder + 2), "method TFolderIterator.Reset");
 }
 
 // Every registered class: defaults in the table are what the constructor

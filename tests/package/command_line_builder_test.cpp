@@ -40,6 +40,8 @@ TEST(CommandLineBuilder, ArgumentKindsDecideQuoting) {
 
 TEST(CommandLineBuilder, AssembledTextJoinsPartsWithOneBlank) {
   TCommandLineBuilder builder;
+  EXPECT_EQ(builder.GetParametersStr(), "");
+  EXPECT_EQ(builder.GetArguments(), Words{});
   builder.AddArgument("/src", "", akSwitch);
   builder.AddParameters("");  // adds nothing, not even a blank
   builder.AddArgument("", "/a b/c", akPath);
@@ -49,25 +51,16 @@ TEST(CommandLineBuilder, AssembledTextJoinsPartsWithOneBlank) {
   EXPECT_EQ(builder.GetArguments(), (Words{"/src", "/a b/c", "/XF", "*.bak", "raw word"}));
 }
 
-TEST(CommandLineBuilder, EmptyBuilderHasNoText) {
-  TCommandLineBuilder builder;
-  EXPECT_EQ(builder.GetParametersStr(), "");
-  EXPECT_EQ(builder.GetArguments(), Words{});
-}
-
-TEST(CommandLineBuilder, RawWordsArriveWhole) {
+TEST(CommandLineBuilder, RawWordsArriveWholeAndQuotesSpanParameterParts) {
   TCommandLineBuilder builder;
   builder.AddRawWord("-c");
   builder.AddRawWord("echo \"a  b\" 'c' \\\" && exit 3");
   builder.AddRawWord("");
   EXPECT_EQ(builder.GetArguments(), (Words{"-c", "echo \"a  b\" 'c' \\\" && exit 3", ""}));
-}
-
-TEST(CommandLineBuilder, QuoteOpenedInOnePartClosesInTheNext) {
-  TCommandLineBuilder builder;
-  builder.AddParameters("\"two");
-  builder.AddParameters("parts\" after");
-  EXPECT_EQ(builder.GetArguments(), (Words{"two parts", "after"}));
+  TCommandLineBuilder parts;
+  parts.AddParameters("\"two");
+  parts.AddParameters("parts\" after");
+  EXPECT_EQ(parts.GetArguments(), (Words{"two parts", "after"}));
 }
 
 TEST(SplitWindowsCommandLine, FollowsTheWindowsRules) {
@@ -80,21 +73,14 @@ TEST(SplitWindowsCommandLine, FollowsTheWindowsRules) {
     Words words;
   };
   const Case cases[] = {
-      {"a b", {"a", "b"}},
-      {"\"a b\"", {"a b"}},
-      {"\\\"", {"\""}},
-      {"a\\\\\"b c\"", {"a\\b c"}},
-      {"a\\\\\\\"b", {"a\\\"b"}},
-      {"\"\"", {""}},
-      {"x \"\" y", {"x", "", "y"}},
-      {"a\\b\\\\c", {"a\\b\\\\c"}},
-      {"  lead\t\ttrail  ", {"lead", "trail"}},
-      {"ab\"c d\"ef", {"abc def"}},
-      {"\"a \"\"b\"\" c\"", {"a \"b\" c"}},
-      {"\"unterminated x", {"unterminated x"}},
-      {"", {}},
-      {"   ", {}},
+      // clang-format off
+      {"a b", {"a", "b"}}, {"\"a b\"", {"a b"}}, {"\\\"", {"\""}}, {"a\\\\\"b c\"", {"a\\b c"}},
+      {"a\\\\\\\"b", {"a\\\"b"}}, {"\"\"", {""}}, {"x \"\" y", {"x", "", "y"}},
+      {"a\\b\\\\c", {"a\\b\\\\c"}}, {"  lead\t\ttrail  ", {"lead", "trail"}},
+      {"ab\"c d\"ef", {"abc def"}}, {"\"a \"\"b\"\" c\"", {"a \"b\" c"}},
+      {"\"unterminated x", {"unterminated x"}}, {"", {}}, {"   ", {}},
       {"/XF *.bak", {"/XF", "*.bak"}},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE("text: [" + c.text + "]");

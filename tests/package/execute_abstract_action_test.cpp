@@ -4,15 +4,13 @@
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
-#include <functional>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
-#include "tests/support/test_host.h"
 #include "tests/support/process_probe.h"
+#include "tests/support/test_host.h"
 
 namespace brivant {
 namespace {
@@ -21,7 +19,6 @@ using ::brivant::testing::IsRunning;
 using ::brivant::testing::WaitUntil;
 
 using Lines = std::vector<std::string>;
-using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
 
@@ -86,38 +83,17 @@ TEST_F(ExecuteAbstractActionTest, ExitCodeDecidesSuccess) {
   }
 }
 
-TEST_F(ExecuteAbstractActionTest, OutputIsLoggedAsOneGroupAfterTheProgram) {
-  TShellScriptAction action("echo; echo one; echo; echo 'two  words'");
-  EXPECT_TRUE(host.Run(action));
-  EXPECT_EQ(host.events, (Lines{
-                             "stInfo: Executing: /bin/sh -c echo; echo one; echo; echo 'two  words'",
-                             "group-start: Program output",
-                             "stInfo: \none\n\ntwo  words",
-                             "group-end: stInfo",
-                         }));
-}
-
-TEST_F(ExecuteAbstractActionTest, LiveCaptureLogsEachLineAsItComes) {
-  TShellScriptAction action("echo one; echo two");
-  action.SetLiveCapture(true);
-  EXPECT_TRUE(host.Run(action));
-  EXPECT_EQ(host.events, (Lines{
-                             "stInfo: Executing: /bin/sh -c echo one; echo two",
-                             "stInfo: one",
-                             "stInfo: two",
-                         }));
-}
-
+// Also: an empty line stays in the logged output.
 TEST_F(ExecuteAbstractActionTest, RedirectStdErrMergesItIntoTheOutput) {
   struct Case {
     bool redirect;
     std::string output;
   };
-  const Case cases[] = {{true, "out\nerr\nout again"}, {false, "out\nout again"}};
+  const Case cases[] = {{true, "out\nerr\n\nout again"}, {false, "out\n\nout again"}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.redirect ? "redirected" : "not redirected");
     testing::TestHost run_host;
-    TShellScriptAction action("echo out; echo err >&2; echo out again");
+    TShellScriptAction action("echo out; echo err >&2; echo; echo out again");
     action.SetRedirectStdErr(c.redirect);
     EXPECT_TRUE(run_host.Run(action));
     EXPECT_EQ(run_host.Texts(stInfo).back(), c.output);
@@ -143,30 +119,21 @@ TEST_F(ExecuteAbstractActionTest, NotWaitingReportsStillActiveAndLeavesNoZombie)
                                       "do sleep 0.02; done"});
 }
 
-TEST_F(ExecuteAbstractActionTest, TerminateActionEndsTheWholeProcessGroup) {
-  // The shell publishes its background sleep's pid (renamed into place, so
-  // it is never read half written) and waits for it.
-  TShellScriptAction action("sleep 60 & echo $! > pid.tmp; mv pid.tmp pid.txt; wait");
+// Ending the whole group is the platform's (process_test); here the flag
+// must reach the runner and the result be the terminated code.
+TEST_F(ExecuteAbstractActionTest, TerminateActionEndsTheProgram) {
+  TShellScriptAction action("touch started; exec sleep 60");
   action.start_dir = temp.path();
-  std::string pid_file = temp.Join("pid.txt");
-  steady_clock::time_point terminated_at;
   std::thread stopper([&] {
-    if (WaitUntil([&] { return std::filesystem::exists(pid_file); })) {
-      terminated_at = steady_clock::now();
+    if (WaitUntil([&] { return std::filesystem::exists(temp.Join("started")); }))
       action.TerminateAction();
-    }
   });
-  bool success = host.Run(action);
-  steady_clock::time_point returned_at = steady_clock::now();
+  steady_clock::time_point begin = steady_clock::now();
+  EXPECT_FALSE(host.Run(action));
   stopper.join();
-  ASSERT_NE(terminated_at, steady_clock::time_point()) << "the script never wrote its pid";
-  EXPECT_LT(returned_at - terminated_at, seconds(10));
-  EXPECT_FALSE(success);
+  EXPECT_LT(steady_clock::now() - begin, seconds(10));
   EXPECT_EQ(action.interpreted, std::vector<int>{999});
   EXPECT_FALSE(action.GetTimedOut());
-  uint32_t sleeper = static_cast<uint32_t>(std::stoul(testing::ReadBytes(pid_file)));
-  EXPECT_TRUE(WaitUntil([&] { return !IsRunning(sleeper); })) << "the background sleep survived";
-  EXPECT_FALSE(IsRunning(action.GetProcessID()));
 }
 
 TEST_F(ExecuteAbstractActionTest, ProgramThatCannotRunFailsTheAction) {

@@ -23,9 +23,9 @@ namespace {
 class TBaseTestAction : public TBVAction {
  public:
   static const PropertyTable& Properties() {
-    static const PropertyTable table(&TBVAction::Properties(),
-                                     {Property("Name", &TBaseTestAction::name_),
-                                      Property("Hidden", &TBaseTestAction::hidden_)});
+    static const PropertyTable table(
+        &TBVAction::Properties(),
+        {Property("Name", &TBaseTestAction::name_), Property("Hidden", &TBaseTestAction::hidden_)});
     return table;
   }
   std::string_view ClassName() const override { return "TBaseTestAction"; }
@@ -44,9 +44,9 @@ class TTestAction : public TBaseTestAction {
     using T = TTestAction;
     static const PropertyTable table(
         &TBaseTestAction::Properties(),
-        {Property("Count", &T::count_), Property("Size", &T::size_), Property("Colour", &T::colour_),
-         Property("Colours", &T::colours_), Property("When", &T::when_),
-         Property("Ratio", &T::ratio_), Property("Lines", &T::lines_),
+        {Property("Count", &T::count_), Property("Size", &T::size_),
+         Property("Colour", &T::colour_), Property("Colours", &T::colours_),
+         Property("When", &T::when_), Property("Ratio", &T::ratio_), Property("Lines", &T::lines_),
          Property("Enabled", &T::enabled_)},
         {"Hidden"});
     return table;
@@ -71,8 +71,8 @@ const PropertyInfo& Row(std::string_view name) {
 }
 
 TEST(PropertyTable, InheritedRowsComeFirstAndDroppedOnesGo) {
-  std::vector<std::string_view> expected = {"Name",   "Count", "Size",  "Colour", "Colours",
-                                            "When",   "Ratio", "Lines", "Enabled"};
+  std::vector<std::string_view> expected = {"Name", "Count", "Size",  "Colour", "Colours",
+                                            "When", "Ratio", "Lines", "Enabled"};
   EXPECT_EQ(TTestAction::Properties().Names(), expected);
   EXPECT_EQ(TTestAction::Properties().Find("HIDDEN"), nullptr);
   EXPECT_EQ(TTestAction::Properties().Find("colour"), &Row("Colour"));
@@ -84,24 +84,17 @@ TEST(PropertyTable, TextFormsReadAndWriteBack) {
     const char* text;
     const char* written;  // how the value is written back
   } cases[] = {
-      {"Count", "-2147483648", "-2147483648"},
-      {"Count", " 42 ", "42"},
-      {"Count", "$FF", "255"},
-      {"Size", "4294967295", "4294967295"},
-      {"Colour", "tcBlue", "tcBlue"},
-      {"Colour", "TCGREEN", "tcGreen"},
-      {"Colour", "0", "tcRed"},
-      {"Colours", "tcBlue, tcRed", "tcRed,tcBlue"},
-      {"Colours", "[tcGreen]", "tcGreen"},
-      {"Colours", "", ""},
-      {"When", "2009-03-05", "2009-03-05"},
+      // clang-format off
+      {"Count", "-2147483648", "-2147483648"}, {"Count", " 42 ", "42"}, {"Count", "$FF", "255"},
+      {"Size", "4294967295", "4294967295"}, {"Colour", "tcBlue", "tcBlue"},
+      {"Colour", "TCGREEN", "tcGreen"}, {"Colour", "0", "tcRed"},
+      {"Colours", "tcBlue, tcRed", "tcRed,tcBlue"}, {"Colours", "[tcGreen]", "tcGreen"},
+      {"Colours", "", ""}, {"When", "2009-03-05", "2009-03-05"},
       {"When", "2009-03-05T14:30:00", "2009-03-05T14:30:00"},
       {"When", "1899-12-29 06:00", "1899-12-29T06:00:00"},
-      {"Ratio", "0.25", "0.25"},
-      {"Enabled", "true", "True"},
-      {"Enabled", "0", "False"},
-      {"Lines", "a\r\nb", "a\nb"},
-      {"Name", " kept as typed ", " kept as typed "},
+      {"Ratio", "0.25", "0.25"}, {"Enabled", "true", "True"}, {"Enabled", "0", "False"},
+      {"Lines", "a\r\nb", "a\nb"}, {"Name", " kept as typed ", " kept as typed "},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(std::string(c.property) + " = '" + c.text + "'");

@@ -15,39 +15,19 @@ TEST(TryStrToInt, ReadsDecimalAndHexadecimal) {
     std::optional<int32_t> expected;  // nullopt: rejected
   };
   const Case cases[] = {
-      {"0", 0},
-      {"42", 42},
-      {"+42", 42},
-      {"-42", -42},
-      {"  17", 17},
-      {"\t-3", -3},
-      {"007", 7},
+      // clang-format off
+      {"0", 0}, {"42", 42}, {"+42", 42}, {"-42", -42}, {"  17", 17}, {"\t-3", -3}, {"007", 7},
       {"2147483647", 2147483647},
       {"-2147483648", std::numeric_limits<int32_t>::min()},
-      {"$FF", 255},
-      {"$ff", 255},
-      {"0x1A", 26},
-      {"0X1a", 26},
-      {"-$10", -16},
-      {"$7FFFFFFF", 2147483647},
-      {"$FFFFFFFF", -1},
+      {"$FF", 255}, {"$ff", 255}, {"0x1A", 26}, {"0X1a", 26}, {"-$10", -16},
+      {"$7FFFFFFF", 2147483647}, {"$FFFFFFFF", -1},
       {"$80000000", std::numeric_limits<int32_t>::min()},
-      {"2147483648", std::nullopt},
-      {"-2147483649", std::nullopt},
-      {"99999999999999999999", std::nullopt},
-      {"$100000000", std::nullopt},
-      {"abc", std::nullopt},
-      {"", std::nullopt},
-      {"   ", std::nullopt},
-      {"-", std::nullopt},
-      {"$", std::nullopt},
-      {"0x", std::nullopt},
-      {"12 ", std::nullopt},
-      {"1 2", std::nullopt},
-      {"12abc", std::nullopt},
-      {"$FG", std::nullopt},
-      {"--1", std::nullopt},
-      {"1.0", std::nullopt},
+      {"2147483648", std::nullopt}, {"-2147483649", std::nullopt},
+      {"99999999999999999999", std::nullopt}, {"$100000000", std::nullopt}, {"abc", std::nullopt},
+      {"", std::nullopt}, {"   ", std::nullopt}, {"-", std::nullopt}, {"$", std::nullopt},
+      {"0x", std::nullopt}, {"12 ", std::nullopt}, {"1 2", std::nullopt}, {"12abc", std::nullopt},
+      {"$FG", std::nullopt}, {"--1", std::nullopt}, {"1.0", std::nullopt},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.text);
@@ -63,28 +43,18 @@ TEST(FloatToStr, FifteenDigitsFixedOrScientific) {
     const char* expected;
   };
   const Case cases[] = {
-      {0.0, "0"},
-      {-0.0, "0"},
-      {1.0, "1"},
-      {-2.5, "-2.5"},
-      {100.0, "100"},
-      {0.1 + 0.2, "0.3"},
-      {1.0 / 3, "0.333333333333333"},
-      {2.0 / 3, "0.666666666666667"},
-      {123456.789, "123456.789"},
-      {0.0001, "0.0001"},
-      {0.00001, "1E-5"},
-      {0.000015, "1.5E-5"},
-      {-2.5e-10, "-2.5E-10"},
-      {999999999999999.0, "999999999999999"},
-      {1e15, "1E15"},
+      // clang-format off
+      {0.0, "0"}, {-0.0, "0"}, {1.0, "1"}, {-2.5, "-2.5"}, {100.0, "100"}, {0.1 + 0.2, "0.3"},
+      {1.0 / 3, "0.333333333333333"}, {2.0 / 3, "0.666666666666667"}, {123456.789, "123456.789"},
+      {0.0001, "0.0001"}, {0.00001, "1E-5"}, {0.000015, "1.5E-5"}, {-2.5e-10, "-2.5E-10"},
+      {999999999999999.0, "999999999999999"}, {1e15, "1E15"},
       {123456789012345678.0, "1.23456789012346E17"},
       {9999999999999999.0, "1E16"},  // rounds up to a new digit
-      {1.7976931348623157e308, "1.79769313486232E308"},
-      {5e-324, "4.94065645841247E-324"},
+      {1.7976931348623157e308, "1.79769313486232E308"}, {5e-324, "4.94065645841247E-324"},
       {std::numeric_limits<double>::infinity(), "INF"},
       {-std::numeric_limits<double>::infinity(), "-INF"},
       {std::nan(""), "NAN"},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.expected);

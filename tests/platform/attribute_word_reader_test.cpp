@@ -103,22 +103,20 @@ class AttributeWordReaderTest : public TempDirTest {
   static constexpr char kLongSystemWord[400] = "0x4";
 };
 
+// Absolute names, then names relative to the process directory.
 TEST_F(AttributeWordReaderTest, ReadsEachWordInItsOwnDirectory) {
   const std::string before = CurrentDirectory();
-  AttributeWordReader reader;
-  SearchInTurns(&reader, root_ + "/");
-  EXPECT_GT(reader.WordsReadByHelper(), 0u) << "the reader's thread never took part";
-  // The thread moved its own working directory only.
-  EXPECT_EQ(CurrentDirectory(), before);
-}
-
-TEST_F(AttributeWordReaderTest, RelativeNamesResolveAgainstTheProcessDirectory) {
-  const std::string before = CurrentDirectory();
-  ASSERT_EQ(::chdir(root_.c_str()), 0);
-  AttributeWordReader reader;
-  SearchInTurns(&reader, "");
-  EXPECT_GT(reader.WordsReadByHelper(), 0u);
-  EXPECT_EQ(CurrentDirectory(), fs::canonical(root_).string());
+  for (const std::string& prefix : {root_ + "/", std::string()}) {
+    SCOPED_TRACE(prefix);
+    if (prefix.empty()) {
+      ASSERT_EQ(::chdir(root_.c_str()), 0);
+    }
+    AttributeWordReader reader;
+    SearchInTurns(&reader, prefix);
+    EXPECT_GT(reader.WordsReadByHelper(), 0u) << "the reader's thread never took part";
+    // The thread moved its own working directory only.
+    EXPECT_EQ(CurrentDirectory(), prefix.empty() ? fs::canonical(root_).string() : before);
+  }
   ASSERT_EQ(::chdir(before.c_str()), 0);
 }
 

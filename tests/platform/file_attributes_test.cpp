@@ -39,18 +39,17 @@ TEST_F(FileAttributesTest, AttributesComeFromTypeModeNameAndDosWord) {
     std::optional<std::string> dos_word;  // stored as it stands
     uint32_t expected;
   } cases[] = {
+      // clang-format off
       {"plain", 0644, std::nullopt, kNormal},
       {"no-owner-write", 0466, std::nullopt, kReadOnly},
-      {"read-only", 0444, std::nullopt, kReadOnly},
-      {".dotted", 0644, std::nullopt, kHidden},
+      {"read-only", 0444, std::nullopt, kReadOnly}, {".dotted", 0644, std::nullopt, kHidden},
       {"samba-text", 0644, "0x22", kHidden | kArchive},
-      {"upper-case", 0644, "0X24", kSystem | kArchive},
-      {"decimal", 0644, "34", kHidden | kArchive},
+      {"upper-case", 0644, "0X24", kSystem | kArchive}, {"decimal", 0644, "34", kHidden | kArchive},
       {"trailing-nul", 0644, std::string("0x4\0", 4), kSystem},
       {"not-ours", 0644, "0x91", kNormal},  // read-only, directory and normal bits
-      {"garbage", 0644, "hidden", kNormal},
-      {"empty", 0644, "", kNormal},
+      {"garbage", 0644, "hidden", kNormal}, {"empty", 0644, "", kNormal},
       {"read-only-system", 0444, "0x4", kReadOnly | kSystem},
+      // clang-format on
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -87,14 +86,13 @@ TEST_F(FileAttributesTest, DirectoriesAndLinksHaveTheirWindowsBits) {
     std::string path;
     uint32_t expected;
   } cases[] = {
-      {PathOf("dir"), kDirectory},
-      {PathOf("dir/"), kDirectory},
-      {PathOf("locked"), kDirectory | kReadOnly},
-      {PathOf("to-dir"), kLink | kDirectory},
+      // clang-format off
+      {PathOf("dir"), kDirectory}, {PathOf("dir/"), kDirectory},
+      {PathOf("locked"), kDirectory | kReadOnly}, {PathOf("to-dir"), kLink | kDirectory},
       {PathOf(".to-dir"), kLink | kDirectory | kHidden},
-      {PathOf("to-file"), kLink},
-      {PathOf("dangling"), kLink},
+      {PathOf("to-file"), kLink}, {PathOf("dangling"), kLink},
       {PathOf("dir/.."), kDirectory},  // position, not a hidden name
+      // clang-format on
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.path);
@@ -189,13 +187,11 @@ TEST_F(FileAttributesTest, LinkRefusesBitsAndLeavesItsTargetAlone) {
     uint32_t set;
     int code;
   } cases[] = {
-      {"link", kReadOnly, EPERM},
-      {"link", kSystem, EPERM},
-      {"link", kHidden, EPERM},
-      {"link", kNormal, 0},
-      {"link", kDirectory | kLink, 0},
-      {".dotlink", kHidden, 0},
+      // clang-format off
+      {"link", kReadOnly, EPERM}, {"link", kSystem, EPERM}, {"link", kHidden, EPERM},
+      {"link", kNormal, 0}, {"link", kDirectory | kLink, 0}, {".dotlink", kHidden, 0},
       {".dotlink", kHidden | kArchive, EPERM},
+      // clang-format on
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.name) + " " + std::to_string(c.set));

@@ -61,41 +61,34 @@ class ProcessTest : public ::testing::Test {
   std::function<void(const std::string&)> line_hook;
 };
 
-TEST_F(ProcessTest, OutputIsSplitIntoLines) {
+TEST_F(ProcessTest, OutputIsSplitIntoLinesAndTheExitIsWaitedFor) {
   struct Case {
     const char* script;
     Lines expected;
+    int exit_code = 0;
   };
   const Case cases[] = {
-      {"printf 'a\\nb\\n'", {"a", "b"}},
-      {"printf 'a\\r\\nb'", {"a", "b"}},
-      {"printf '\\n\\nlast'", {"", "", "last"}},
-      {"printf 'cr only\\r'", {"cr only"}},
-      {"printf 'inner\\rcr\\n'", {"inner\rcr"}},
-      {"true", {}},
+      // clang-format off
+      {"printf 'a\\nb\\n'", {"a", "b"}}, {"printf 'a\\r\\nb'", {"a", "b"}},
+      {"printf '\\n\\nlast'", {"", "", "last"}}, {"printf 'cr only\\r'", {"cr only"}},
+      {"printf 'inner\\rcr\\n'", {"inner\rcr"}}, {"true", {}},
       {"printf 'x\\0y\\n'", {std::string("x\0y", 3)}},
+      // 300 000 bytes fill any pipe buffer; the program only ends if we read.
+      {"head -c 300000 /dev/zero | tr '\\0' x; printf '\\nend\\n'",
+       {std::string(300000, 'x'), "end"}},
+      // Never our own standard input, which may be a terminal or an open pipe.
+      {"readlink /proc/$$/fd/0; cat", {"/dev/null"}},
+      {"echo early; exec >&-; sleep 0.2; exit 6", {"early"}, 6},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.script);
     lines.clear();
-    Run(Shell(c.script));
+    ProcessExit exit = Run(Shell(c.script));
+    EXPECT_EQ(exit.end, ProcessEnd::kExited);
+    EXPECT_EQ(exit.exit_code, c.exit_code);
     EXPECT_EQ(lines, c.expected);
   }
-}
-
-TEST_F(ProcessTest, OutputLargerThanThePipeIsReadWhileTheProgramRuns) {
-  // 300 000 bytes fill any pipe buffer; the program only ends if we read.
-  ProcessExit exit = Run(Shell("head -c 300000 /dev/zero | tr '\\0' x; printf '\\nend\\n'"));
-  EXPECT_EQ(exit.end, ProcessEnd::kExited);
-  ASSERT_EQ(lines.size(), 2u);
-  EXPECT_EQ(lines[0], std::string(300000, 'x'));
-  EXPECT_EQ(lines[1], "end");
-}
-
-TEST_F(ProcessTest, WithoutInputFileStandardInputIsDevNull) {
-  // Never our own standard input, which may be a terminal or an open pipe.
-  Run(Shell("readlink /proc/$$/fd/0; cat"));
-  EXPECT_EQ(lines, Lines{"/dev/null"});
 }
 
 TEST_F(ProcessTest, ProgramThatCannotStartIsReportedWithThePathAtFault) {
@@ -171,13 +164,6 @@ TEST_F(ProcessTest, TerminateEndsTheWholeGroup) {
   }
 }
 
-TEST_F(ProcessTest, ProgramClosingItsOutputEarlyIsStillWaitedFor) {
-  ProcessExit exit = Run(Shell("echo early; exec >&-; sleep 0.2; exit 6"));
-  EXPECT_EQ(exit.end, ProcessEnd::kExited);
-  EXPECT_EQ(exit.exit_code, 6);
-  EXPECT_EQ(lines, Lines{"early"});
-}
-
 TEST_F(ProcessTest, BackgroundChildHoldingThePipeDoesNotDelayTheEnd) {
   // The background sleep keeps the pipe open; we stop at the shell's exit.
   ProcessWatch watch;
@@ -216,14 +202,14 @@ TEST_F(ProcessTest, FindExecutableSearchesPathInOrder) {
     std::string expected;
   };
   const Case cases[] = {
+      // clang-format off
       {"tool", temp.Join("c/tool")},
       {"nothing-like-it", "nothing-like-it: No such file or directory"},
-      {"locked", "locked: Permission denied"},
-      {"", "No such file or directory"},
-      {"/bin/sh", "/bin/sh"},
-      {temp.Join("d/tool"), temp.Join("d/tool")},
+      {"locked", "locked: Permission denied"}, {"", "No such file or directory"},
+      {"/bin/sh", "/bin/sh"}, {temp.Join("d/tool"), temp.Join("d/tool")},
       {temp.Join("a/tool"), temp.Join("a/tool") + ": Permission denied"},
       {temp.Join("zzz/tool"), temp.Join("zzz/tool") + ": No such file or directory"},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

@@ -36,6 +36,7 @@ TEST(PatternFromLocaleFormat, TranslatesLocaleDatabaseFormats) {
   };
   // Formats as glibc's locale sources write D_FMT and T_FMT.
   const Case cases[] = {
+      // clang-format off
       {"%m/%d/%Y", '/', '/', "mm/dd/yyyy"},  // en_US
       {"%d.%m.%Y", '.', '/', "dd/mm/yyyy"},  // de_DE
       {"%Y-%m-%d", '-', '/', "yyyy/mm/dd"},  // sv_SE
@@ -46,15 +47,12 @@ TEST(PatternFromLocaleFormat, TranslatesLocaleDatabaseFormats) {
       {"%d/%m/%Y", '.', '/', "dd\"/\"mm\"/\"yyyy"},  // a '/' that isn't the separator
       {"%D", '/', '/', "mm/dd/yy"},
       {"%Ey|%Od", 0, '/', "yy|dd"},  // E and O modifiers
-      {"%H:%M:%S", ':', ':', "hh:nn:ss"},
-      {"%T", ':', ':', "hh:nn:ss"},
-      {"%r", ':', ':', "hh:nn:ss ampm"},
-      {"%I.%M.%S %p", '.', ':', "hh:nn:ss ampm"},
-      {"%k.%M", '.', ':', "h:nn"},
-      {"%Hh%M", 0, ':', "hh\"h\"nn"},
-      {"%%%d\"", 0, '/', "%dd'\"'"},
+      {"%H:%M:%S", ':', ':', "hh:nn:ss"}, {"%T", ':', ':', "hh:nn:ss"},
+      {"%r", ':', ':', "hh:nn:ss ampm"}, {"%I.%M.%S %p", '.', ':', "hh:nn:ss ampm"},
+      {"%k.%M", '.', ':', "h:nn"}, {"%Hh%M", 0, ':', "hh\"h\"nn"}, {"%%%d\"", 0, '/', "%dd'\"'"},
       {"%j", '/', '/', ""},  // day of year has no pattern field
       {"%d.%", '.', '/', ""},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.format);

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -51,8 +49,7 @@ TEST_F(TemporaryFileTest, CreatesAPrivateFileWithTheBytes) {
   EXPECT_NE(first.Value(), second.Value());
   EXPECT_EQ(fs::path(first.Value()).parent_path(), root_);
   EXPECT_EQ(fs::path(first.Value()).filename().string().substr(0, 3), "xcp");
-  std::ifstream in(first.Value(), std::ios::binary);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "a\nb\n");
+  EXPECT_EQ(ReadAll(first.Value()), "a\nb\n");
   EXPECT_EQ(fs::status(first.Value()).permissions() & fs::perms::all,
             fs::perms::owner_read | fs::perms::owner_write);
 }

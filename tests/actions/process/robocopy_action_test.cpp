@@ -211,15 +211,14 @@ TEST_F(RobocopyActionTest, RunsTheToolAndJudgesEveryExitCode) {
     std::vector<LoggedMessage> verdict;
   };
   const std::vector<Row> rows = {
+      // clang-format off
       {0, true, {{stSuccess, "Done - No changes"}}},
       {1, true, {{stSuccess, "Done - Copy successful"}}},
-      {2, true, {{stSuccess, "Done - Extra files"}}},
-      {3, true, {}},
-      {4, false, {{stError, "Done - Mismatches"}}},
-      {5, false, {}},
-      {8, false, {{stError, "Done - Failed Copies"}}},
-      {15, false, {}},
+      {2, true, {{stSuccess, "Done - Extra files"}}}, {3, true, {}},
+      {4, false, {{stError, "Done - Mismatches"}}}, {5, false, {}},
+      {8, false, {{stError, "Done - Failed Copies"}}}, {15, false, {}},
       {16, false, {{stError, "Done - Fatal Error"}}},
+      // clang-format on
   };
   std::string tool = dir_.Join("robo copy");
   SetLocation(tool);
