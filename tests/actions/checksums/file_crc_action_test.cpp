@@ -31,12 +31,6 @@ TEST_F(FileCRCActionTest, LogsAndStoresTheValueInEitherForm) {
   EXPECT_EQ(host_.VariableText("CRC"), "3421780262");
 }
 
-TEST_F(FileCRCActionTest, DecimalFormIsNeverNegative) {
-  EXPECT_EQ(CRCTextToDecimal("$FFFFFFFF"), "4294967295");
-  EXPECT_EQ(CRCTextToDecimal("$00000000"), "0");
-  EXPECT_THROW(CRCTextToDecimal("FFFFFFFF"), std::invalid_argument);
-}
-
 TEST_F(FileCRCActionTest, ComparisonValueMustBeInTheActionsExactForm) {
   struct Case {
     const char* compare_to;

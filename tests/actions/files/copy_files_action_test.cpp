@@ -373,20 +373,6 @@ TEST_F(CopyFilesActionTest, OsFailuresAreLoggedWithTheSystemMessage) {
   }
 }
 
-TEST_F(CopyFilesActionTest, SourceVanishingBeforeTheCopyIsAFailure) {
-  MakeFile("src/f.txt");
-  HookedHost host;
-  host.on_progress = [this](int) { std::filesystem::remove(Path("src/f.txt")); };
-  TCopyFilesAction action;
-  Configure(action, "src/*.txt", "out", {{"Force", true}});
-  EXPECT_FALSE(host.Run(action));
-  EXPECT_FALSE(Exists("out/f.txt"));
-  EXPECT_EQ(host.Texts(stError),
-            (std::vector<std::string>{
-                "Failed to copy File : " + Path("src/f.txt") + " -> " + Path("out/f.txt"),
-                "Win32 Error : No such file or directory"}));
-}
-
 TEST_F(CopyFilesActionTest, EmptyExpandedTargetIsRefused) {
   MakeFile("src/f.txt");
   host_.Define("NOWHERE", Variant(std::string()));
@@ -396,17 +382,6 @@ TEST_F(CopyFilesActionTest, EmptyExpandedTargetIsRefused) {
   EXPECT_FALSE(host_.Run(action));
   EXPECT_EQ(host_.Texts(stError),
             std::vector<std::string>{"target \"%NOWHERE%\" is empty once expanded"});
-}
-
-TEST_F(CopyFilesActionTest, PropertiesLoadInTheOrderTheCoupledSettersNeed) {
-  TCopyFilesAction action;
-  // A project applies properties in this order, so FileSpec and Recurse, which switch
-  // TargetIsDir on, must come where the coupled setters expect them.
-  EXPECT_EQ(
-      action.GetPropertyTable().Names(),
-      (std::vector<std::string_view>{"FileSpec", "Target", "Force", "TargetIsDir", "FailIfExists",
-                                     "Overwrite", "OverwriteReadOnly", "Recurse", "ClearAttributes",
-                                     "FailIfZeroFiles", "FilesAffected", "LogFilesAffected"}));
 }
 
 }  // namespace

@@ -66,17 +66,6 @@ TEST_F(SetFileAttributesActionTest, SetsAndClearsEachAttributeAlone) {
   }
 }
 
-TEST_F(SetFileAttributesActionTest, ReadOnlyIsTheOwnersWriteBit) {
-  MakeFile("f.txt");
-  TSetFileAttributesAction action;
-  Configure(action, "f.txt", "ReadOnly", TAttributeSetting::asSet);
-  ASSERT_TRUE(host_.Run(action));
-  EXPECT_FALSE(IsOwnerWritable("f.txt"));
-  Set(action, "ReadOnly", Ordinal(TAttributeSetting::asClear));
-  ASSERT_TRUE(host_.Run(action));
-  EXPECT_TRUE(IsOwnerWritable("f.txt"));
-}
-
 TEST_F(SetFileAttributesActionTest, SeveralSettingsInOneRun) {
   MakeFile("f.txt");
   SetAttributes("f.txt", platform::kFileAttributeArchive | platform::kFileAttributeSystem);
@@ -165,16 +154,6 @@ TEST_F(SetFileAttributesActionTest, NothingFound) {
     EXPECT_EQ(host.messages, expected);
   }
   EXPECT_EQ(Attributes("dir/a.txt"), platform::kFileAttributeNormal);
-}
-
-TEST_F(SetFileAttributesActionTest, QuotedFileSpecWithBlanks) {
-  MakeFile("with blank/a b.txt");
-  TSetFileAttributesAction action;
-  Set(action, "FileSpec", "\"" + Path("with blank/*.txt") + "\"");
-  Set(action, "SystemFile", Ordinal(TAttributeSetting::asSet));
-  ASSERT_TRUE(host_.Run(action));
-  EXPECT_EQ(Attributes("with blank/a b.txt"), platform::kFileAttributeSystem);
-  EXPECT_EQ(host_.messages.front().text, "File spec: " + Path("with blank/*.txt"));
 }
 
 TEST_F(SetFileAttributesActionTest, RunsThatFailBeforeTouchingFiles) {
