@@ -1,6 +1,7 @@
 #include "actions/checksums/crc32.h"
 
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 #include "actions/checksums/checksum_file.h"
@@ -15,10 +16,7 @@ TEST_F(Crc32Test, FilesGiveTheirKnownChecksums) {
   // "123456789" is the CRC-32 check value of IEEE 802.3; the others are
   // PseudoRandomBytes as zlib.crc32 computed them. The large file spans
   // several read blocks and ends in a partial one.
-  struct Case {
-    std::string content;
-    const char* crc;
-  } cases[] = {
+  const std::tuple<std::string, const char*> cases[] = {
       {"123456789", "$CBF43926"},
       {"", "$00000000"},
       {PseudoRandomBytes(1), "$7808A3D2"},
@@ -27,9 +25,9 @@ TEST_F(Crc32Test, FilesGiveTheirKnownChecksums) {
       {PseudoRandomBytes(257), "$B5B569EC"},
       {PseudoRandomBytes(3 * 1024 * 1024 + 7), "$8363384E"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::to_string(c.content.size()) + " bytes");
-    EXPECT_EQ(GetCRC32(MakeFile("data.bin", c.content)), c.crc);
+  for (const auto& [content, crc] : cases) {
+    SCOPED_TRACE(std::to_string(content.size()) + " bytes");
+    EXPECT_EQ(GetCRC32(MakeFile("data.bin", content)), crc);
   }
 }
 

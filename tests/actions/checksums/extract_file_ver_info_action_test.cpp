@@ -1,5 +1,7 @@
 #include "actions/checksums/extract_file_ver_info_action.h"
 
+#include <tuple>
+
 #include "tests/actions/checksums/checksum_test_support.h"
 
 namespace brivant::testing {
@@ -26,10 +28,7 @@ class ExtractFileVerInfoActionTest : public ChecksumTest {
 };
 
 TEST_F(ExtractFileVerInfoActionTest, ResolvesNamedPatternAndCustomFields) {
-  struct Case {
-    const char* line;
-    const char* value;
-  } cases[] = {
+  const std::tuple<const char*, const char*> cases[] = {
       {"FileVersion=V", "1.2.3.64"},
       {"File Version=V", "1.2.3.64"},
       {"fileversion=V", "1.2.3.64"},
@@ -42,10 +41,10 @@ TEST_F(ExtractFileVerInfoActionTest, ResolvesNamedPatternAndCustomFields) {
       {"companyname=V", "Brivant Test Co."},  // not an exact name: looked up as a custom string
   };
   host_.Define("V");
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.line);
-    ASSERT_TRUE(Extract(kExe64, {c.line}));
-    EXPECT_EQ(host_.VariableText("V"), c.value);
+  for (const auto& [line, value] : cases) {
+    SCOPED_TRACE(line);
+    ASSERT_TRUE(Extract(kExe64, {line}));
+    EXPECT_EQ(host_.VariableText("V"), value);
   }
   EXPECT_EQ(Log(),
             (std::vector<std::string>{"stInfo: Getting file version information for " + kExe64,

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <functional>
 #include <sstream>
+#include <tuple>
 
 #include "tests/actions/checksums/checksum_test_support.h"
 
@@ -148,11 +149,7 @@ TEST(PeVersionResource, TruncatedFilesAreRefused) {
 TEST(PeVersionResource, CorruptedHeadersAreRefusedWithTheirPlace) {
   const std::string original = TestBinary("ver64.exe");
   const Layout at = Locate(original);
-  struct Case {
-    const char* what;
-    std::function<void(std::string*)> corrupt;
-    std::string error;
-  } cases[] = {
+  const std::tuple<const char*, std::function<void(std::string*)>, std::string> cases[] = {
       {"PE offset far beyond the end", [](std::string* b) { Put32(b, 0x3C, 0xFFFFFFF0); },
        "truncated file header at offset 0xFFFFFFF0"},
       {"no PE signature", [&](std::string* b) { (*b)[at.pe] = 'X'; },
@@ -180,11 +177,11 @@ TEST(PeVersionResource, CorruptedHeadersAreRefusedWithTheirPlace) {
       {"wrong root key", [&](std::string* b) { (*b)[at.version + 6] = 'X'; },
        "version resource does not start with VS_VERSION_INFO"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
+  for (const auto& [what, corrupt, error] : cases) {
+    SCOPED_TRACE(what);
     std::string bytes = original;
-    c.corrupt(&bytes);
-    EXPECT_EQ(ReadError(bytes), c.error);
+    corrupt(&bytes);
+    EXPECT_EQ(ReadError(bytes), error);
   }
 }
 

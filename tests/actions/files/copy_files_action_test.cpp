@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 #include "package/string_utils.h"
@@ -72,16 +73,10 @@ TEST_F(CopyFilesActionTest, CopiesMatchingFilesIntoTheTargetDirectory) {
 }
 
 TEST_F(CopyFilesActionTest, ExistingTargetFollowsTheDecisionTable) {
-  struct Case {
-    const char* name;
-    Settings settings;
-    bool target_read_only;
-    bool succeeds;
-    const char* content_after;
-    // Lines after "Copying files: ..."; <S> and <D> stand for the two paths.
-    std::vector<LoggedMessage> lines;
-  } cases[] = {
-      // clang-format off
+  // Lines after "Copying files: ..."; <S> and <D> stand for the two paths.
+  const std::tuple<const char*, Settings, bool, bool, const char*, std::vector<LoggedMessage>>
+      cases[] = {
+          // clang-format off
       {"plain overwrite", {}, false, true, "new",
        {{stInfo, "Copied <S> to <D>"}, {stSuccess, "1 files copied"}}},
       {"fail if exists", {{"FailIfExists", true}}, false, false, "old",
@@ -98,24 +93,24 @@ TEST_F(CopyFilesActionTest, ExistingTargetFollowsTheDecisionTable) {
         {stError, "File Already Exists and is marked as Read Only"}}},
       {"read-only target overwritten", {{"OverwriteReadOnly", true}}, true, true, "new",
        {{stInfo, "Copied <S> to <D>"}, {stSuccess, "1 files copied"}}},
-      // clang-format on
-  };
+          // clang-format on
+      };
   int number = 0;
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, settings, target_read_only, succeeds, content_after, lines] : cases) {
+    SCOPED_TRACE(name);
     const std::string dir = "case" + std::to_string(number++);
     MakeFile(dir + "/src/f.txt", "new");
     MakeFile(dir + "/out/f.txt", "old");
-    if (c.target_read_only) MakeReadOnly(dir + "/out/f.txt");
+    if (target_read_only) MakeReadOnly(dir + "/out/f.txt");
     TestHost host;
     TCopyFilesAction action;
-    Configure(action, dir + "/src/f.txt", dir + "/out/f.txt", c.settings);
-    EXPECT_EQ(host.Run(action), c.succeeds);
-    EXPECT_EQ(ReadBytes(Path(dir + "/out/f.txt")), c.content_after);
+    Configure(action, dir + "/src/f.txt", dir + "/out/f.txt", settings);
+    EXPECT_EQ(host.Run(action), succeeds);
+    EXPECT_EQ(ReadBytes(Path(dir + "/out/f.txt")), content_after);
 
     std::vector<LoggedMessage> expected{
         {stInfo, "Copying files: " + Path(dir + "/src/f.txt") + " -> " + Path(dir + "/out/f.txt")}};
-    for (LoggedMessage line : c.lines) {
+    for (LoggedMessage line : lines) {
       line.text = ReplaceAll(ReplaceAll(line.text, "<S>", Path(dir + "/src/f.txt")), "<D>",
                              Path(dir + "/out/f.txt"));
       expected.push_back(line);
@@ -144,13 +139,8 @@ TEST_F(CopyFilesActionTest, ReadOnlyTargetOverwrittenWithClearAttributesEndsNorm
 }
 
 TEST_F(CopyFilesActionTest, ZeroFilesRules) {
-  struct Case {
-    const char* name;
-    const char* spec;
-    Settings settings;
-    bool succeeds;
-    std::vector<std::string> events_after_start;  // "@" stands for the file specification
-  } cases[] = {
+  // events_after_start: "@" stands for the file specification
+  const std::tuple<const char*, const char*, Settings, bool, std::vector<std::string>> cases[] = {
       // clang-format off
       {"missing file fails", "src/missing.txt", {}, false,
        {"group-start: Files Copied", "group-end: stInfo", "stError: File not found \"@\"",
@@ -169,16 +159,16 @@ TEST_F(CopyFilesActionTest, ZeroFilesRules) {
   };
   MakeDirectory("src/dir");
   MakeFile("src/sub/a.txt");
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, spec, settings, succeeds, events_after_start] : cases) {
+    SCOPED_TRACE(name);
     TestHost host;
     TCopyFilesAction action;
-    Configure(action, c.spec, "out", c.settings);
-    EXPECT_EQ(host.Run(action), c.succeeds);
-    std::vector<std::string> expected{"stInfo: Copying files: " + Path(c.spec) + " -> " +
+    Configure(action, spec, "out", settings);
+    EXPECT_EQ(host.Run(action), succeeds);
+    std::vector<std::string> expected{"stInfo: Copying files: " + Path(spec) + " -> " +
                                       Path("out")};
-    for (const std::string& event : c.events_after_start)
-      expected.push_back(ReplaceAll(event, "@", Path(c.spec)));
+    for (const std::string& event : events_after_start)
+      expected.push_back(ReplaceAll(event, "@", Path(spec)));
     EXPECT_EQ(LogEvents(host), expected);
   }
   EXPECT_FALSE(Exists("out"));
@@ -271,10 +261,7 @@ TEST_F(CopyFilesActionTest, CoupledSetters) {
     bool target_is_dir_after;
     bool recurse_after;
   };
-  struct Case {
-    const char* name;
-    std::vector<Step> steps;
-  } cases[] = {
+  const std::tuple<const char*, std::vector<Step>> cases[] = {
       // clang-format off
       {"wildcard spec makes a directory", {{"FileSpec", std::string("a/*.txt"), true, false}}},
       {"question mark too", {{"FileSpec", std::string("a/?.txt"), true, false}}},
@@ -289,10 +276,10 @@ TEST_F(CopyFilesActionTest, CoupledSetters) {
        {{"Recurse", true, true, true}, {"TargetIsDir", false, false, false}}},
       // clang-format on
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, steps] : cases) {
+    SCOPED_TRACE(name);
     TCopyFilesAction action;
-    for (const Step& step : c.steps) {
+    for (const Step& step : steps) {
       Set(action, step.property, step.value);
       EXPECT_EQ(std::get<bool>(Get(action, "TargetIsDir")), step.target_is_dir_after)
           << step.property;

@@ -1,6 +1,7 @@
 #include "actions/files/delete_directory_action.h"
 
 #include <chrono>
+#include <tuple>
 
 #include "tests/actions/files/directory_action_fixture.h"
 #include "tests/support/unprivileged.h"
@@ -139,23 +140,19 @@ TEST_F(DeleteDirectoryActionTest, LinksAreRemovedAsLinksAndNeverFollowed) {
 
 TEST_F(DeleteDirectoryActionTest, WorkingDirectoryInsideTheTreeMovesToItsParent) {
   // Tests share a process: the fixture restores the working directory.
-  struct Case {
-    const char* cwd;
-    const char* dir;
-    const char* expected_cwd;
-  } cases[] = {
+  const std::tuple<const char*, const char*, const char*> cases[] = {
       {"root/sub", "root", ""},
       {"other", "root", "other"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.cwd) + " " + c.dir);
+  for (const auto& [cwd, dir, expected_cwd] : cases) {
+    SCOPED_TRACE(std::string(cwd) + " " + dir);
     MakeFile("root/sub/f.txt");
     MakeFile("sibling.txt");
     MakeDirectory("other");
-    std::filesystem::current_path(Path(c.cwd));
+    std::filesystem::current_path(Path(cwd));
     Set(action_, "DeleteTree", true);
-    EXPECT_TRUE(Delete(Path(c.dir)));
-    EXPECT_EQ(std::filesystem::current_path().string(), Physical(Path(c.expected_cwd)));
+    EXPECT_TRUE(Delete(Path(dir)));
+    EXPECT_EQ(std::filesystem::current_path().string(), Physical(Path(expected_cwd)));
     EXPECT_EQ(Tree(), (std::vector<std::string>{"other/", "sibling.txt"}));
   }
 }

@@ -1,5 +1,7 @@
 #include "actions/files/delete_files_action.h"
 
+#include <tuple>
+
 #include "tests/actions/files/directory_action_fixture.h"
 
 namespace brivant::testing {
@@ -28,22 +30,18 @@ TEST_F(DeleteFilesActionTest, BlankFileSpecLogsNothing) {
 
 TEST_F(DeleteFilesActionTest, NoMatchFailsOnlyWithFailIfNoFile) {
   MakeFile("keep.txt");
-  struct Case {
-    bool fail_if_no_file;
-    bool result;
-    std::string last_line;
-  } cases[] = {
+  const std::tuple<bool, bool, std::string> cases[] = {
       {false, true, "stSuccess: 0 files deleted."},
       {true, false, "stError: Failing because 0 files deleted."},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.last_line);
+  for (const auto& [fail_if_no_file, result, last_line] : cases) {
+    SCOPED_TRACE(last_line);
     host_.events.clear();
-    Set(action_, "FailIfNoFile", c.fail_if_no_file);
-    EXPECT_EQ(Delete(Path("*.tmp")), c.result);
+    Set(action_, "FailIfNoFile", fail_if_no_file);
+    EXPECT_EQ(Delete(Path("*.tmp")), result);
     EXPECT_EQ(host_.events,
               (std::vector<std::string>{
-                  "stInfo: Deleting files matching filespec: " + Path("*.tmp"), c.last_line}));
+                  "stInfo: Deleting files matching filespec: " + Path("*.tmp"), last_line}));
   }
   EXPECT_EQ(Tree(), std::vector<std::string>{"keep.txt"});
 }

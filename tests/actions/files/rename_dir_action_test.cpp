@@ -1,5 +1,7 @@
 #include "actions/files/rename_dir_action.h"
 
+#include <tuple>
+
 #include "tests/actions/files/misc_action_fixture.h"
 
 namespace brivant::testing {
@@ -67,11 +69,7 @@ TEST_F(RenameDirActionTest, BareNameRenamesInPlaceAndPathMoves) {
 TEST_F(RenameDirActionTest, FailsClearlyAndChangesNothing) {
   MakeFile("b.txt", "B");
   MakeDirectory("empty");
-  struct Case {
-    std::string old_name;
-    std::string new_name;
-    std::vector<std::string> errors;
-  } cases[] = {
+  const std::tuple<std::string, std::string, std::vector<std::string>> cases[] = {
       // clang-format off
       {Path("none"), "x", {"File or directory not found: " + Path("none")}},
       {Path("a.txt"), "b.txt",
@@ -86,11 +84,11 @@ TEST_F(RenameDirActionTest, FailsClearlyAndChangesNothing) {
       // clang-format on
   };
   std::vector<std::string> before = Tree("");
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.old_name + " -> " + c.new_name);
+  for (const auto& [old_name, new_name, errors] : cases) {
+    SCOPED_TRACE(old_name + " -> " + new_name);
     host_.messages.clear();
-    EXPECT_FALSE(Rename(c.old_name, c.new_name));
-    EXPECT_EQ(host_.Texts(stError), c.errors);
+    EXPECT_FALSE(Rename(old_name, new_name));
+    EXPECT_EQ(host_.Texts(stError), errors);
     EXPECT_EQ(Tree(""), before);
   }
 }

@@ -1,5 +1,7 @@
 #include "actions/files/set_file_attributes_action.h"
 
+#include <tuple>
+
 #include "platform/file_attributes.h"
 #include "tests/actions/files/file_action_fixture.h"
 #include "tests/support/listed_file_set.h"
@@ -32,10 +34,7 @@ class SetFileAttributesActionTest : public FileActionTest {
 };
 
 TEST_F(SetFileAttributesActionTest, SetsAndClearsEachAttributeAlone) {
-  struct Case {
-    const char* property;
-    uint32_t bit;
-  } cases[] = {
+  const std::tuple<const char*, uint32_t> cases[] = {
       {"ReadOnly", platform::kFileAttributeReadOnly},
       {"Archive", platform::kFileAttributeArchive},
       {"SystemFile", platform::kFileAttributeSystem},
@@ -44,24 +43,24 @@ TEST_F(SetFileAttributesActionTest, SetsAndClearsEachAttributeAlone) {
   // Every other attribute is set beforehand and must stay set.
   const uint32_t all = platform::kFileAttributeReadOnly | platform::kFileAttributeArchive |
                        platform::kFileAttributeSystem | platform::kFileAttributeHidden;
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.property);
-    const std::string others = std::string(c.property) + "-others.txt";
+  for (const auto& [property, bit] : cases) {
+    SCOPED_TRACE(property);
+    const std::string others = std::string(property) + "-others.txt";
     MakeFile(others);
-    SetAttributes(others, all & ~c.bit);
-    const std::string alone = std::string(c.property) + "-alone.txt";
+    SetAttributes(others, all & ~bit);
+    const std::string alone = std::string(property) + "-alone.txt";
     MakeFile(alone);
 
     for (const std::string& name : {others, alone}) {
       TestHost host;
       TSetFileAttributesAction action;
-      Configure(action, name, c.property, TAttributeSetting::asSet);
+      Configure(action, name, property, TAttributeSetting::asSet);
       ASSERT_TRUE(host.Run(action));
-      EXPECT_EQ(Attributes(name), name == others ? all : c.bit);
+      EXPECT_EQ(Attributes(name), name == others ? all : bit);
 
-      Set(action, c.property, Ordinal(TAttributeSetting::asClear));
+      Set(action, property, Ordinal(TAttributeSetting::asClear));
       ASSERT_TRUE(host.Run(action));
-      EXPECT_EQ(Attributes(name), name == others ? all & ~c.bit : platform::kFileAttributeNormal);
+      EXPECT_EQ(Attributes(name), name == others ? all & ~bit : platform::kFileAttributeNormal);
     }
   }
 }

@@ -1,6 +1,7 @@
 #include "actions/iterators/file_iterator.h"
 
 #include <filesystem>
+#include <tuple>
 
 #include "host/file_set.h"
 #include "host/project.h"
@@ -124,24 +125,19 @@ TEST_F(FileIteratorTest, NothingFoundIsAnEmptyLoopNotAFailure) {
 
 TEST_F(FileIteratorTest, ListFailuresNameWhatFailed) {
   std::filesystem::create_symlink("loop", Path("loop"));
-  struct Case {
-    const char* name;
-    bool use_file_set;
-    std::string file_spec;
-    std::string message;
-  } cases[] = {
+  const std::tuple<const char*, bool, std::string, std::string> cases[] = {
       {"unknown variable", false, "%NOPE%/*.txt",
        "Error Setting File Spec : Variable \"NOPE\" is not defined"},
       {"directory is a link loop", false, Path("loop/*.txt"),
        "Error while searching for files : " + Path("loop") + ": Too many levels of symbolic links"},
       {"no such file set", true, "", "FileSet \"Sources\" not found."},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    Set(iterator_, "UseFileSet", c.use_file_set);
+  for (const auto& [name, use_file_set, file_spec, message] : cases) {
+    SCOPED_TRACE(name);
+    Set(iterator_, "UseFileSet", use_file_set);
     Set(iterator_, "FileSetName", std::string("Sources"));
-    Set(iterator_, "FileSpec", c.file_spec);
-    EXPECT_EQ(FailureOf(), c.message);
+    Set(iterator_, "FileSpec", file_spec);
+    EXPECT_EQ(FailureOf(), message);
   }
 }
 

@@ -1,6 +1,7 @@
 #include "actions/text/ini_file_action.h"
 
 #include <filesystem>
+#include <tuple>
 
 #include "package/ini_file.h"
 #include "tests/support/action_test.h"
@@ -62,12 +63,7 @@ TEST_F(IniFileActionTest, ReadsTypedValuesAndDefaults) {
 }
 
 TEST_F(IniFileActionTest, ReadRefusesWhatTheTypeCannotUse) {
-  struct Case {
-    const char* section;
-    TIniValueType type;
-    const char* default_value;
-    std::vector<std::string> errors;
-  } cases[] = {
+  const std::tuple<const char*, TIniValueType, const char*, std::vector<std::string>> cases[] = {
       // clang-format off
       {"Main", vtInteger, "",
        {"Default Value :  : is not an integer and the Value Type is Integer"}},
@@ -79,11 +75,11 @@ TEST_F(IniFileActionTest, ReadRefusesWhatTheTypeCannotUse) {
        {"Unable to Read from Section : %Nope%", "Variable \"Nope\" is not defined"}},
       // clang-format on
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.default_value);
+  for (const auto& [section, type, default_value, errors] : cases) {
+    SCOPED_TRACE(default_value);
     host_.messages.clear();
-    EXPECT_FALSE(Read(c.section, "Hex", c.type, c.default_value));
-    EXPECT_EQ(Errors(), c.errors);
+    EXPECT_FALSE(Read(section, "Hex", type, default_value));
+    EXPECT_EQ(Errors(), errors);
   }
 }
 

@@ -1,6 +1,7 @@
 #include "actions/text/text_find_action.h"
 
 #include <filesystem>
+#include <tuple>
 
 #include "host/script_engine.h"
 #include "tests/support/action_test.h"
@@ -86,23 +87,18 @@ TEST_F(TextFindActionTest, BuildsThePatternFromTheOptions) {
 }
 
 TEST_F(TextFindActionTest, ReplacementReferencesNeedSubstituteAndRegex) {
-  struct Row {
-    bool regex, substitute;
-    const char* search;
-    const char* replacement;
-    const char* result;
-  } rows[] = {
+  const std::tuple<bool, bool, const char*, const char*, const char*> rows[] = {
       {false, false, "ab", "[$&]", "x[$&]y"},
       {false, true, "ab", "[$&|${0}|$1]", "x[$&|${0}|$1]y"},
       {true, false, "(a)(b)", "[$2$1]", "x[$2$1]y"},
       {true, true, "(a)(b)", "[$2$1|${1}|$&|${&}|\\$1|$7]", "x[ba|a|ab|ab|$1|$7]y"},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.replacement);
-    Set(action_, "MatchRegExpr", row.regex);
-    Set(action_, "Substitute", row.substitute);
-    ASSERT_TRUE(FindInVariable("xaby", row.search, row.replacement));
-    EXPECT_EQ(host_.VariableText("OUT"), row.result);
+  for (const auto& [regex, substitute, search, replacement, result] : rows) {
+    SCOPED_TRACE(replacement);
+    Set(action_, "MatchRegExpr", regex);
+    Set(action_, "Substitute", substitute);
+    ASSERT_TRUE(FindInVariable("xaby", search, replacement));
+    EXPECT_EQ(host_.VariableText("OUT"), result);
   }
 }
 
