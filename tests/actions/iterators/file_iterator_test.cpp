@@ -63,18 +63,15 @@ TEST_F(FileIteratorTest, HiddenAndSystemFilesOnlyWithFindAnyFile) {
           platform::SetFileAttributes(Path("d/sys.txt"), platform::kFileAttributeSystem)) {
     GTEST_SKIP() << "no extended attributes here: " << error.Describe();
   }
-  struct Case {
-    bool find_any_file;
-    std::vector<std::string> expected;
-  } cases[] = {
+  const std::tuple<bool, std::vector<std::string>> cases[] = {
       {false, {"d/normal.txt", "d/plain/in.txt"}},
       {true, {"d/.hidden", "d/normal.txt", "d/sys.txt", "d/.hd/in.txt", "d/plain/in.txt"}},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.find_any_file ? "FindAnyFile" : "normal files");
+  for (const auto& [find_any_file, expected] : cases) {
+    SCOPED_TRACE(find_any_file ? "FindAnyFile" : "normal files");
     iterator_.SetRecurse(true);
-    Set(iterator_, "FindAnyFile", c.find_any_file);
-    EXPECT_EQ(Iterate(Path("d") + "/*"), Paths(c.expected));
+    Set(iterator_, "FindAnyFile", find_any_file);
+    EXPECT_EQ(Iterate(Path("d") + "/*"), Paths(expected));
   }
 }
 

@@ -57,12 +57,7 @@ class TextFindActionTest : public ActionTest {
 };
 
 TEST_F(TextFindActionTest, BuildsThePatternFromTheOptions) {
-  struct Row {
-    const char* search;
-    bool regex, case_sensitive, whole_words, whole_lines, wildcards;
-    const char* pattern;
-    int count;
-  } rows[] = {
+  const std::tuple<const char*, bool, bool, bool, bool, bool, const char*, int> rows[] = {
       {"a.b", false, true, false, false, false, "a\\.b", 1},
       {"cat", false, false, true, false, false, "(?i)\\bcat\\b", 2},
       {"cat", false, true, true, true, false, "\\bcat\\b", 1},
@@ -72,17 +67,18 @@ TEST_F(TextFindActionTest, BuildsThePatternFromTheOptions) {
       {"[ac]+t", true, true, true, false, true, "[ac]+t", 3},
       {"^CAT", true, false, false, false, false, "^CAT", 3},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.pattern);
+  for (const auto& [search, regex, case_sensitive, whole_words, whole_lines, wildcards, pattern,
+                    count] : rows) {
+    SCOPED_TRACE(pattern);
     Clear();
-    Set(action_, "MatchRegExpr", row.regex);
-    Set(action_, "CaseSensitive", row.case_sensitive);
-    Set(action_, "WholeWords", row.whole_words);
-    Set(action_, "WholeLinesOnly", row.whole_lines);
-    Set(action_, "MatchWildcards", row.wildcards);
-    ASSERT_TRUE(FindInVariable("cat\r\nCat axb\r\ncats a.b", row.search));
-    EXPECT_EQ(host_.Texts(stInfo).front(), std::string("Expression to Match is : ") + row.pattern);
-    EXPECT_EQ(host_.Texts(stSuccess).back(), "Found " + std::to_string(row.count) + " matches");
+    Set(action_, "MatchRegExpr", regex);
+    Set(action_, "CaseSensitive", case_sensitive);
+    Set(action_, "WholeWords", whole_words);
+    Set(action_, "WholeLinesOnly", whole_lines);
+    Set(action_, "MatchWildcards", wildcards);
+    ASSERT_TRUE(FindInVariable("cat\r\nCat axb\r\ncats a.b", search));
+    EXPECT_EQ(host_.Texts(stInfo).front(), std::string("Expression to Match is : ") + pattern);
+    EXPECT_EQ(host_.Texts(stSuccess).back(), "Found " + std::to_string(count) + " matches");
   }
 }
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "package/date_time.h"
 #include "tests/support/action_test.h"
 #include "tests/support/test_host.h"
@@ -38,18 +40,15 @@ TEST_F(DateTimeActionTest, DefaultIsTodayAsDayMonthYear) {
 }
 
 TEST_F(DateTimeActionTest, ForcedSeparatorsAreWrittenLiterally) {
-  struct Case {
-    const char* format;
-    const char* expected;
-  } cases[] = {
+  const std::tuple<const char*, const char*> cases[] = {
       {"dd/mm/yyyy hh:nn", "31/03/2009 14:05"},
       {"dd'/'mm\"/\"yy hh':'nn", "31/03/09 14:05"},
       {"yyyy-mm-dd", "2009-03-31"},
   };
   Set(action_, "ForceSeparators", true);
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.format);
-    EXPECT_EQ(Format(c.format), c.expected);
+  for (const auto& [format, expected] : cases) {
+    SCOPED_TRACE(format);
+    EXPECT_EQ(Format(format), expected);
   }
 }
 
@@ -104,8 +103,10 @@ TEST_F(DateTimeActionTest, FailuresLeaveTheVariableUnchanged) {
       {"MISSING", "ddmmyyyy", "", "Variable : MISSING - does not exist!"},
       {"", "ddmmyyyy", "", "Variable :  - does not exist!"},
       {"D", "   ", "", "A Date Format must be specified!"},
-      {"%NOPE%", "ddmmyyyy", "", "Error Expanding String property (Variable) : Variable \"NOPE\" is not defined"},
-      {"D", "%NOPE%", "", "Error Expanding String property (DateFormat) : Variable \"NOPE\" is not defined"},
+      {"%NOPE%", "ddmmyyyy", "",
+       "Error Expanding String property (Variable) : Variable \"NOPE\" is not defined"},
+      {"D", "%NOPE%", "",
+       "Error Expanding String property (DateFormat) : Variable \"NOPE\" is not defined"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.error);
