@@ -1,5 +1,7 @@
 #include "actions/checksums/file_crc_action.h"
 
+#include <tuple>
+
 #include "tests/actions/checksums/checksum_test_support.h"
 
 namespace brivant::testing {
@@ -32,28 +34,24 @@ TEST_F(FileCRCActionTest, LogsAndStoresTheValueInEitherForm) {
 }
 
 TEST_F(FileCRCActionTest, ComparisonValueMustBeInTheActionsExactForm) {
-  struct Case {
-    const char* compare_to;
-    bool use_decimal;
-    bool matches;
-  } cases[] = {
+  const std::tuple<const char*, bool, bool> cases[] = {
       {"$CBF43926", false, true}, {"$cbf43926", false, false}, {"CBF43926", false, false},
       {"3421780262", true, true}, {"$CBF43926", true, false},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.compare_to);
+  for (const auto& [compare_to, use_decimal, matches] : cases) {
+    SCOPED_TRACE(compare_to);
     host_.messages.clear();
     Set(action_, "FailIfDiffToCRC", true);
-    Set(action_, "CompareToCRC", std::string(c.compare_to));
-    Set(action_, "UseDecimal", c.use_decimal);
-    EXPECT_EQ(Run(check_), c.matches);
-    if (c.matches) {
+    Set(action_, "CompareToCRC", std::string(compare_to));
+    Set(action_, "UseDecimal", use_decimal);
+    EXPECT_EQ(Run(check_), matches);
+    if (matches) {
       EXPECT_EQ(host_.Texts(stSuccess),
-                (std::vector<std::string>{std::string("CRC matches: ") + c.compare_to, "Success"}));
+                (std::vector<std::string>{std::string("CRC matches: ") + compare_to, "Success"}));
     } else {
       EXPECT_EQ(host_.Texts(stError),
                 (std::vector<std::string>{"CRC don't match",
-                                          std::string("Compare to CRC: ") + c.compare_to}));
+                                          std::string("Compare to CRC: ") + compare_to}));
     }
   }
 }

@@ -129,27 +129,23 @@ TEST_F(SetFileAttributesActionTest, FirstFailingFileEndsTheWalk) {
 
 TEST_F(SetFileAttributesActionTest, NothingFound) {
   MakeFile("dir/a.txt");
-  struct Case {
-    const char* name;
-    const char* spec;
-    bool fail_if_not_found;
-  } cases[] = {
+  const std::tuple<const char*, const char*, bool> cases[] = {
       {"no match", "dir/*.none", true},
       {"no match allowed", "dir/*.none", false},
       {"missing file", "dir/b.txt", true},
       {"a directory is no file", "dir", true},
       {"a directory is no file, allowed", "dir", false},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, spec, fail_if_not_found] : cases) {
+    SCOPED_TRACE(name);
     TestHost host;
     TSetFileAttributesAction action;
-    Configure(action, c.spec);
-    Set(action, "FailIfFileNotFound", c.fail_if_not_found);
-    EXPECT_EQ(host.Run(action), !c.fail_if_not_found);
-    std::vector<LoggedMessage> expected{{stInfo, "File spec: " + Path(c.spec)},
+    Configure(action, spec);
+    Set(action, "FailIfFileNotFound", fail_if_not_found);
+    EXPECT_EQ(host.Run(action), !fail_if_not_found);
+    std::vector<LoggedMessage> expected{{stInfo, "File spec: " + Path(spec)},
                                         {stError, "No files were found matching the file spec."}};
-    if (!c.fail_if_not_found) expected.push_back({stSuccess, kSucceeded});
+    if (!fail_if_not_found) expected.push_back({stSuccess, kSucceeded});
     EXPECT_EQ(host.messages, expected);
   }
   EXPECT_EQ(Attributes("dir/a.txt"), platform::kFileAttributeNormal);

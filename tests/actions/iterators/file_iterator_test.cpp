@@ -78,11 +78,7 @@ TEST_F(FileIteratorTest, HiddenAndSystemFilesOnlyWithFindAnyFile) {
 TEST_F(FileIteratorTest, StrictExtensionMatchKeepsExactExtensionsOnly) {
   for (const char* name : {"d/a.htm", "d/b.html", "d/report", "d/report.txt", "d/report.TXT.bak"})
     MakeFile(name);
-  struct Case {
-    const char* mask;
-    bool strict;
-    std::vector<std::string> expected;
-  } cases[] = {
+  const std::tuple<const char*, bool, std::vector<std::string>> cases[] = {
       // Linux keeps no short names, so ".htm" never reaches ".html" here.
       {"*.htm", false, {"d/a.htm"}},
       {"*.htm", true, {"d/a.htm"}},
@@ -91,10 +87,10 @@ TEST_F(FileIteratorTest, StrictExtensionMatchKeepsExactExtensionsOnly) {
       {"report*", true, {"d/report"}},
       {"*.bak", true, {"d/report.TXT.bak"}},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.mask) + (c.strict ? " strict" : ""));
-    Set(iterator_, "StrictExtensionMatch", c.strict);
-    EXPECT_EQ(Iterate(Path("d/") + c.mask), Paths(c.expected));
+  for (const auto& [mask, strict, expected] : cases) {
+    SCOPED_TRACE(std::string(mask) + (strict ? " strict" : ""));
+    Set(iterator_, "StrictExtensionMatch", strict);
+    EXPECT_EQ(Iterate(Path("d/") + mask), Paths(expected));
   }
 }
 
