@@ -1,5 +1,7 @@
 #include "actions/checksums/hash_alg_md5.h"
 
+#include <tuple>
+
 #include "actions/checksums/checksum_file.h"
 #include "tests/actions/checksums/checksum_test_support.h"
 
@@ -55,23 +57,20 @@ TEST(HashAlgMD5, DataStringHasOneCharacterPerDigestByte) {
 
 TEST_F(HashAlgMD5Test, FilesGiveTheirKnownDigests) {
   // PseudoRandomBytes as hashlib.md5 computed them.
-  struct Case {
-    size_t size;
-    const char* md5;
-  } cases[] = {
+  const std::tuple<size_t, const char*> cases[] = {
       {0, "D41D8CD98F00B204E9800998ECF8427E"},
       {255, "E5C1C9FF9F3149DCF8473A4AF448D4AB"},
       {256, "F433E7905B96BD91A987642250C382C7"},
       {257, "BCC13C3ED51DF451413D1A90CA38F956"},
       {3 * 1024 * 1024 + 7, "AD98E37F09CA232E30513B57D42E4225"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::to_string(c.size) + " bytes");
+  for (const auto& [size, expected] : cases) {
+    SCOPED_TRACE(std::to_string(size) + " bytes");
     THashAlgMD5 md5;
     THashDigest digest;
     md5.ClearHash(digest);
-    ASSERT_TRUE(md5.HashFile(MakeFile("data.bin", PseudoRandomBytes(c.size)), digest));
-    EXPECT_EQ(md5.HashToDisplay(digest), c.md5);
+    ASSERT_TRUE(md5.HashFile(MakeFile("data.bin", PseudoRandomBytes(size)), digest));
+    EXPECT_EQ(md5.HashToDisplay(digest), expected);
   }
 }
 

@@ -61,31 +61,27 @@ TEST_F(DeleteFilesActionTest, NameWithoutWildcardsAfterExpansionDeletesThatFileO
 TEST_F(DeleteFilesActionTest, ReadOnlyFileStopsTheRunWithoutDeleteReadOnly) {
   // Files are taken in name order: the read-only one first, then after one
   // deletion.
-  struct Case {
-    std::string read_only;
-    std::vector<std::string> errors;
-    std::vector<std::string> left;
-    int64_t deleted;
-  } cases[] = {
-      // clang-format off
+  const std::tuple<std::string, std::vector<std::string>, std::vector<std::string>, int64_t>
+      cases[] = {
+          // clang-format off
       {"a.tmp",
        {"Error deleting file : " + Path("a.tmp"), "Error Reason: Permission denied",
         "Failing because 0 files deleted."}, {"a.tmp", "b.tmp"}, 0},
       {"b.tmp", {"Error deleting file : " + Path("b.tmp"), "Error Reason: Permission denied"},
        {"b.tmp"}, 1},
-      // clang-format on
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.read_only);
+          // clang-format on
+      };
+  for (const auto& [read_only, errors, left, deleted] : cases) {
+    SCOPED_TRACE(read_only);
     host_.messages.clear();
     MakeFile("a.tmp");
     MakeFile("b.tmp");
-    MakeReadOnly(c.read_only);
+    MakeReadOnly(read_only);
     EXPECT_FALSE(Delete(Path("*.tmp")));
-    EXPECT_EQ(host_.Texts(stError), c.errors);
+    EXPECT_EQ(host_.Texts(stError), errors);
     EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{});
-    EXPECT_EQ(FilesAffected(), c.deleted);
-    EXPECT_EQ(Tree(), c.left);
+    EXPECT_EQ(FilesAffected(), deleted);
+    EXPECT_EQ(Tree(), left);
 
     Set(action_, "DeleteReadOnly", true);
     EXPECT_TRUE(Delete(Path("*.tmp")));

@@ -153,12 +153,7 @@ TEST_F(SetFileAttributesActionTest, NothingFound) {
 
 TEST_F(SetFileAttributesActionTest, RunsThatFailBeforeTouchingFiles) {
   MakeFile("f.txt");
-  struct Case {
-    const char* name;
-    std::string spec;
-    bool any_setting;
-    std::vector<LoggedMessage> messages;
-  } cases[] = {
+  const std::tuple<const char*, std::string, bool, std::vector<LoggedMessage>> cases[] = {
       // clang-format off
       {"no setting", Path("f.txt"), false, {{stError, "No attributes were specified to change."}}},
       {"undefined variable", "%UNDEFINED_IN_ATTRIBUTE_TEST%/f.txt", true,
@@ -168,15 +163,15 @@ TEST_F(SetFileAttributesActionTest, RunsThatFailBeforeTouchingFiles) {
       {"only quotes", "\"\"", true, {{stError, "No file spec was specified."}}},
       // clang-format on
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, spec, any_setting, messages] : cases) {
+    SCOPED_TRACE(name);
     TestHost host;
     host.Define("EMPTY", Variant(std::string()));
     TSetFileAttributesAction action;
-    Set(action, "FileSpec", c.spec);
-    if (c.any_setting) Set(action, "Hidden", Ordinal(TAttributeSetting::asSet));
+    Set(action, "FileSpec", spec);
+    if (any_setting) Set(action, "Hidden", Ordinal(TAttributeSetting::asSet));
     EXPECT_FALSE(host.Run(action));
-    EXPECT_EQ(host.messages, c.messages);
+    EXPECT_EQ(host.messages, messages);
   }
   EXPECT_EQ(Attributes("f.txt"), platform::kFileAttributeNormal);
 }

@@ -36,23 +36,19 @@ TEST_F(ReplaceVariablesTest, WritesBackInTheEncodingFoundWithoutTheFinalBreak) {
 }
 
 TEST_F(ReplaceVariablesTest, FailuresLeaveTheFileAsItWas) {
-  struct Case {
-    const char* name;
-    std::string before;
-    std::string error;
-  } cases[] = {
+  const std::tuple<const char*, std::string, std::string> cases[] = {
       {"unknown reference", "%Nope%",
        "Could not expand variables: Variable \"Nope\" is not defined"},
       {"invalid text", "a\xFF", "An error occured: " + Path("f.txt") + ": invalid"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    WriteBytes(Path("f.txt"), c.before);
+  for (const auto& [name, before, error] : cases) {
+    SCOPED_TRACE(name);
+    WriteBytes(Path("f.txt"), before);
     host_.messages.clear();
     EXPECT_FALSE(Replace("f.txt"));
     ASSERT_EQ(host_.Texts(stError).size(), 1u);
-    EXPECT_EQ(host_.Texts(stError)[0].rfind(c.error, 0), 0u) << host_.Texts(stError)[0];
-    EXPECT_EQ(ReadBytes(Path("f.txt")), c.before);
+    EXPECT_EQ(host_.Texts(stError)[0].rfind(error, 0), 0u) << host_.Texts(stError)[0];
+    EXPECT_EQ(ReadBytes(Path("f.txt")), before);
   }
 }
 
