@@ -1,11 +1,11 @@
 #include "actions/files/create_directory_action.h"
 
-#include "tests/actions/files/directory_action_fixture.h"
+#include "tests/actions/files/misc_action_fixture.h"
 
 namespace brivant::testing {
 namespace {
 
-class CreateDirectoryActionTest : public DirectoryActionTest {
+class CreateDirectoryActionTest : public MiscFileActionTest {
  protected:
   bool Create(const std::string& dir, bool force) {
     TCreateDirectoryAction action;
@@ -57,7 +57,7 @@ TEST_F(CreateDirectoryActionTest, FileInTheWayFailsWithAndWithoutForce) {
     EXPECT_EQ(host_.events,
               std::vector<std::string>{"stError: Unable to create directory: " + Path(c.dir)});
   }
-  EXPECT_EQ(Tree(), std::vector<std::string>{"file"});
+  EXPECT_EQ(Tree(), std::vector<std::string>{"file=x"});
 }
 
 TEST_F(CreateDirectoryActionTest, NameIsExpandedAndOnlyTestedForBlanks) {

@@ -3,14 +3,18 @@
 #include <chrono>
 #include <tuple>
 
-#include "tests/actions/files/directory_action_fixture.h"
+#include "platform/file_attributes.h"
+#include "tests/actions/files/misc_action_fixture.h"
 #include "tests/support/unprivileged.h"
 
 namespace brivant::testing {
 namespace {
 
-class DeleteDirectoryActionTest : public DirectoryActionTest {
+class DeleteDirectoryActionTest : public MiscFileActionTest {
  protected:
+  // Some tests make the action move the working directory.
+  void SetUp() override { original_cwd_ = std::filesystem::current_path(); }
+  void TearDown() override { std::filesystem::current_path(original_cwd_); }
   bool Delete(const std::string& dir) {
     Set(action_, "FileOrDirectory", dir);
     return host_.Run(action_);
@@ -20,6 +24,7 @@ class DeleteDirectoryActionTest : public DirectoryActionTest {
   }
 
   TDeleteDirectoryAction action_;
+  std::filesystem::path original_cwd_;
 };
 
 TEST_F(DeleteDirectoryActionTest, MissingDirectoryNeedsNoDeletion) {
@@ -54,7 +59,7 @@ TEST_F(DeleteDirectoryActionTest, TreeIsLoggedDepthFirstInNameOrder) {
                               "stInfo: Deleting " + root + "/b.txt...",
                               "stSuccess: Directory deleted: " + root + "/",
                           }));
-  EXPECT_EQ(Tree(), std::vector<std::string>{"keep.txt"});
+  EXPECT_EQ(Tree(), std::vector<std::string>{"keep.txt=x"});
 }
 
 TEST_F(DeleteDirectoryActionTest, ReadOnlyFilesInTheTreeNeedDeleteReadOnly) {
@@ -72,7 +77,7 @@ TEST_F(DeleteDirectoryActionTest, ReadOnlyFilesInTheTreeNeedDeleteReadOnly) {
                 "stError: Error deleting file/folder: System Error.  Code: 13.\nPermission denied",
                 "stError: Unable to delete directory : " + Path("root"),
             }));
-  EXPECT_EQ(Tree("root"), (std::vector<std::string>{"sub/", "sub/ro.txt"}));
+  EXPECT_EQ(Tree("root"), (std::vector<std::string>{"sub/", "sub/ro.txt=x"}));
 
   host_.events.clear();
   Set(action_, "DeleteReadOnly", true);
@@ -107,7 +112,7 @@ TEST_F(DeleteDirectoryActionTest, NonEmptyDirectoryIsRetriedOnceThenGivenUp) {
           "stError: Unable to delete directory : " + Path("root"),
       }));
   EXPECT_GE(waited, std::chrono::milliseconds(1500));
-  EXPECT_EQ(Tree("root"), std::vector<std::string>{"f.txt"});
+  EXPECT_EQ(Tree("root"), std::vector<std::string>{"f.txt=x"});
 }
 
 TEST_F(DeleteDirectoryActionTest, LinksAreRemovedAsLinksAndNeverFollowed) {
@@ -118,7 +123,7 @@ TEST_F(DeleteDirectoryActionTest, LinksAreRemovedAsLinksAndNeverFollowed) {
   std::filesystem::create_directory_symlink(Path("outside"), Path("root/dir_link"));
   std::filesystem::create_symlink(Path("outside/keep.txt"), Path("root/file_link"));
   std::filesystem::create_directory_symlink(Path("outside"), Path("given_link"));
-  std::vector<std::string> outside = {"keep.txt", "sub/", "sub/more.txt"};
+  std::vector<std::string> outside = {"keep.txt=x", "sub/", "sub/more.txt=x"};
 
   Set(action_, "DeleteTree", true);
   Set(action_, "DeleteReadOnly", true);
@@ -153,7 +158,7 @@ TEST_F(DeleteDirectoryActionTest, WorkingDirectoryInsideTheTreeMovesToItsParent)
     Set(action_, "DeleteTree", true);
     EXPECT_TRUE(Delete(Path(dir)));
     EXPECT_EQ(std::filesystem::current_path().string(), Physical(Path(expected_cwd)));
-    EXPECT_EQ(Tree(), (std::vector<std::string>{"other/", "sibling.txt"}));
+    EXPECT_EQ(Tree(), (std::vector<std::string>{"other/", "sibling.txt=x"}));
   }
 }
 

@@ -2,12 +2,13 @@
 
 #include <tuple>
 
-#include "tests/actions/files/directory_action_fixture.h"
+#include "platform/file_attributes.h"
+#include "tests/actions/files/misc_action_fixture.h"
 
 namespace brivant::testing {
 namespace {
 
-class DeleteFilesActionTest : public DirectoryActionTest {
+class DeleteFilesActionTest : public MiscFileActionTest {
  protected:
   bool Delete(const std::string& file_spec) {
     Set(action_, "FileSpec", file_spec);
@@ -43,7 +44,7 @@ TEST_F(DeleteFilesActionTest, NoMatchFailsOnlyWithFailIfNoFile) {
               (std::vector<std::string>{
                   "stInfo: Deleting files matching filespec: " + Path("*.tmp"), last_line}));
   }
-  EXPECT_EQ(Tree(), std::vector<std::string>{"keep.txt"});
+  EXPECT_EQ(Tree(), std::vector<std::string>{"keep.txt=x"});
 }
 
 TEST_F(DeleteFilesActionTest, NameWithoutWildcardsAfterExpansionDeletesThatFileOnly) {
@@ -55,7 +56,7 @@ TEST_F(DeleteFilesActionTest, NameWithoutWildcardsAfterExpansionDeletesThatFileO
             std::vector<std::string>{"Deleting files matching filespec: " + Path("a.txt")});
   EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{"1 file deleted."});
   EXPECT_EQ(FilesAffected(), 1);
-  EXPECT_EQ(Tree(), std::vector<std::string>{"ab.txt"});
+  EXPECT_EQ(Tree(), std::vector<std::string>{"ab.txt=x"});
 }
 
 TEST_F(DeleteFilesActionTest, ReadOnlyFileStopsTheRunWithoutDeleteReadOnly) {
@@ -66,9 +67,9 @@ TEST_F(DeleteFilesActionTest, ReadOnlyFileStopsTheRunWithoutDeleteReadOnly) {
           // clang-format off
       {"a.tmp",
        {"Error deleting file : " + Path("a.tmp"), "Error Reason: Permission denied",
-        "Failing because 0 files deleted."}, {"a.tmp", "b.tmp"}, 0},
+        "Failing because 0 files deleted."}, {"a.tmp=x", "b.tmp=x"}, 0},
       {"b.tmp", {"Error deleting file : " + Path("b.tmp"), "Error Reason: Permission denied"},
-       {"b.tmp"}, 1},
+       {"b.tmp=x"}, 1},
           // clang-format on
       };
   for (const auto& [read_only, errors, left, deleted] : cases) {
@@ -119,7 +120,7 @@ TEST_F(DeleteFilesActionTest, SystemFilesAndDirectoriesAreNeitherDeletedNorCount
   EXPECT_TRUE(Delete(Path("*.tmp")));
   EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{"1 file deleted."});
   EXPECT_EQ(FilesAffected(), 1);
-  EXPECT_EQ(Tree(), (std::vector<std::string>{"folder.tmp/", "system.tmp"}));
+  EXPECT_EQ(Tree(), (std::vector<std::string>{"folder.tmp/", "system.tmp=x"}));
 }
 
 TEST_F(DeleteFilesActionTest, UnsearchableDirectoryIsAnErrorNotAnEmptyResult) {
@@ -139,7 +140,7 @@ TEST_F(DeleteFilesActionTest, LinkIsDeletedAsALinkAndItsTargetKept) {
   std::filesystem::create_symlink(Path("outside/target.txt"), Path("work/link.txt"));
   Set(action_, "DeleteReadOnly", true);
   EXPECT_TRUE(Delete(Path("work/*")));
-  EXPECT_EQ(Tree(), (std::vector<std::string>{"outside/", "outside/target.txt", "work/"}));
+  EXPECT_EQ(Tree(), (std::vector<std::string>{"outside/", "outside/target.txt=keep", "work/"}));
   EXPECT_EQ(platform::GetFileAttributes(Path("outside/target.txt")).Value(),
             platform::kFileAttributeReadOnly);
 }
