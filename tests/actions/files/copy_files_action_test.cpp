@@ -254,37 +254,28 @@ TEST_F(CopyFilesActionTest, WildcardsOntoOneFileFollowTheDecisionTable) {
   }
 }
 
+// One walk through the setters that switch each other; each step shows
+// TargetIsDir and Recurse after it.
 TEST_F(CopyFilesActionTest, CoupledSetters) {
-  struct Step {
-    const char* property;
-    PropertyValue value;
-    bool target_is_dir_after;
-    bool recurse_after;
+  const std::tuple<const char*, PropertyValue, bool, bool> steps[] = {
+      {"FileSpec", std::string("a/*.txt"), true, false},  // a wildcard makes a directory
+      {"TargetIsDir", false, false, false},
+      {"FileSpec", std::string("a/*.txt"), false, false},  // the same text again leaves it
+      {"FileSpec", std::string("a/?.txt"), true, false},
+      {"TargetIsDir", false, false, false},
+      {"FileSpec", std::string("a/b.txt"), false, false},  // a plain name leaves it
+      {"Recurse", true, true, true},                       // recursion makes a directory
+      {"Recurse", false, true, false},                     // and keeps it when switched off
+      {"Recurse", true, true, true},
+      {"TargetIsDir", false, false, false},  // no directory, no recursion
   };
-  const std::tuple<const char*, std::vector<Step>> cases[] = {
-      // clang-format off
-      {"wildcard spec makes a directory", {{"FileSpec", std::string("a/*.txt"), true, false}}},
-      {"question mark too", {{"FileSpec", std::string("a/?.txt"), true, false}}},
-      {"plain spec leaves it", {{"FileSpec", std::string("a/b.txt"), false, false}}},
-      {"same text again leaves it",
-       {{"FileSpec", std::string("a/*.txt"), true, false}, {"TargetIsDir", false, false, false},
-        {"FileSpec", std::string("a/*.txt"), false, false}}},
-      {"recurse makes a directory", {{"Recurse", true, true, true}}},
-      {"recurse off keeps the directory",
-       {{"Recurse", true, true, true}, {"Recurse", false, true, false}}},
-      {"no directory, no recursion",
-       {{"Recurse", true, true, true}, {"TargetIsDir", false, false, false}}},
-      // clang-format on
-  };
-  for (const auto& [name, steps] : cases) {
-    SCOPED_TRACE(name);
-    TCopyFilesAction action;
-    for (const Step& step : steps) {
-      Set(action, step.property, step.value);
-      EXPECT_EQ(std::get<bool>(Get(action, "TargetIsDir")), step.target_is_dir_after)
-          << step.property;
-      EXPECT_EQ(std::get<bool>(Get(action, "Recurse")), step.recurse_after) << step.property;
-    }
+  TCopyFilesAction action;
+  int number = 0;
+  for (const auto& [property, value, target_is_dir, recurse] : steps) {
+    SCOPED_TRACE(std::to_string(++number) + " " + property);
+    Set(action, property, value);
+    EXPECT_EQ(std::get<bool>(Get(action, "TargetIsDir")), target_is_dir);
+    EXPECT_EQ(std::get<bool>(Get(action, "Recurse")), recurse);
   }
 }
 

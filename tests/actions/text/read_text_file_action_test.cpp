@@ -84,11 +84,5 @@ TEST_F(ReadTextFileActionTest, FailingScriptFailsTheAction) {
                                                             "ReferenceError: x is not defined"}));
 }
 
-TEST(SplitLines, LineBreaksOfEveryKind) {
-  EXPECT_EQ(SplitLines(""), std::vector<std::string>{});
-  EXPECT_EQ(SplitLines("a"), std::vector<std::string>{"a"});
-  EXPECT_EQ(SplitLines("a\r\n\r\nb\rc\n"), (std::vector<std::string>{"a", "", "b", "c"}));
-}
-
 }  // namespace
 }  // namespace brivant::testing
