@@ -1,7 +1,6 @@
 #include "actions/text/variables_save_load_action.h"
 
 #include <filesystem>
-#include <tuple>
 
 #include "tests/support/action_test.h"
 
@@ -71,25 +70,25 @@ TEST_F(VariablesSaveLoadTest, LoadFallsBackToTheCurrentValue) {
 }
 
 TEST_F(VariablesSaveLoadTest, LoadFailures) {
-  // file: empty: no file
-  const std::tuple<const char*, std::string, std::vector<std::string>, std::vector<std::string>>
-      cases[] = {
-          {"missing file", "", {}, {"File " + Path("vars.ini") + " does not exist."}},
-          {"bad type",
-           "[BVVariables]\nCount=1\n",
-           {"Text"},
-           {"Invalid value for variable type: Text"}},
-          {"types too few", "[BVVariables]\nCount=1\n", {}, {"Error setting variable Count"}},
-          {"key missing", "[BVVariables]\n", {}, {"Variable not found in INI: Count"}},
-      };
-  for (const auto& [name, file, types, errors] : cases) {
-    SCOPED_TRACE(name);
+  struct Case {
+    const char* name;
+    std::string file;  // empty: no file
+    std::vector<std::string> types;
+    std::vector<std::string> errors;
+  } cases[] = {
+      {"missing file", "", {}, {"File " + Path("vars.ini") + " does not exist."}},
+      {"bad type", "[BVVariables]\nCount=1\n", {"Text"}, {"Invalid value for variable type: Text"}},
+      {"types too few", "[BVVariables]\nCount=1\n", {}, {"Error setting variable Count"}},
+      {"key missing", "[BVVariables]\n", {}, {"Variable not found in INI: Count"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
     std::filesystem::remove(Path("vars.ini"));
-    if (!file.empty()) WriteBytes(Path("vars.ini"), file);
+    if (!c.file.empty()) WriteBytes(Path("vars.ini"), c.file);
     Define(0, false, "");
     host_.messages.clear();
-    EXPECT_FALSE(Load(types));
-    EXPECT_EQ(host_.Texts(stError), errors);
+    EXPECT_FALSE(Load(c.types));
+    EXPECT_EQ(host_.Texts(stError), c.errors);
   }
   // Ignoring the missing file still fails on the first variable.
   std::filesystem::remove(Path("vars.ini"));
