@@ -211,15 +211,13 @@ TEST_F(FileSetIteratorTest, WithoutRefreshTheFirstListHolds) {
   EXPECT_EQ(host_.Texts(stInfo).front(), "a.txt\nb.txt\nc.txt\nd.txt");
 }
 
-TEST_F(FileSetIteratorTest, StopWhileTheSetIsReadEndsWithoutRunningTheLoop) {
+TEST_F(FileSetIteratorTest, AStopOrAnUnreadableSetEndsTheLoopUnrun) {
   StopOnMessageHost host(iterator_, "Refreshing fileset...");
   host.AddProjectObject("FileSetObject", "Sources", file_set_.get());
   iterator_.AttachHost(&host);
   EXPECT_FALSE(iterator_.Execute());
   EXPECT_EQ(host.events, std::vector<std::string>{"stInfo: Refreshing fileset..."});
-}
 
-TEST_F(FileSetIteratorTest, AFileSetThatCannotBeReadFailsTheLoop) {
   std::filesystem::rename(Path("src"), Path("gone"));
   std::string message = FailureOf();
   EXPECT_EQ(message.rfind("Error while evaluating fileset : file set 'Sources': ", 0), 0u)
