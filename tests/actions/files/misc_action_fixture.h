@@ -1,7 +1,7 @@
-// Shared set-up of the tests of the smaller file actions (exists check,
-// create, move and delete directory, delete files, touch, concatenate, disk
-// space, rename, file size, file-set copy/move): a temporary directory, the recording host, property setters by
-// name and helpers that build and describe small trees.
+// Shared set-up of the tests of the smaller file actions (exists check, create, move and
+// delete directory, delete files, touch, concatenate, disk space, rename, file size, file-set
+// copy/move): a temporary directory, the recording host, property setters by name and helpers
+// that build and describe small trees.
 #pragma once
 
 #include <gtest/gtest.h>
