@@ -12,13 +12,12 @@
 #include <vector>
 
 #include "package/custom_bv_action.h"
-#include "package/property_table.h"
+#include "tests/support/action_test.h"
 #include "tests/support/listed_file_set.h"
-#include "tests/support/test_host.h"
 
 namespace brivant::testing {
 
-class ImageActionTest : public ::testing::Test {
+class ImageActionTest : public ActionTest {
  protected:
   static void SetUpTestSuite() {
     ASSERT_EQ(vips_init("tests"), 0);
@@ -29,17 +28,8 @@ class ImageActionTest : public ::testing::Test {
   // Sets properties from their project-file texts.
   static void Configure(TCustomBVAction& action,
                         const std::vector<std::pair<std::string, std::string>>& values) {
-    for (const auto& [name, text] : values) {
-      const PropertyInfo* info = action.GetPropertyTable().Find(name);
-      ASSERT_NE(info, nullptr) << name;
-      PropertyValue value;
-      std::string error;
-      ASSERT_TRUE(ParsePropertyValue(*info, text, &value, &error)) << error;
-      SetProperty(action, *info, value);
-    }
+    for (const auto& [name, text] : values) SetText(action, name, text);
   }
-
-  std::string Path(const std::string& name) const { return dir_.Join(name); }
 
   // Writes a width x height image of red, green, blue and white quadrants
   // (top left, top right, bottom left, bottom right), in the format the
@@ -102,9 +92,6 @@ class ImageActionTest : public ::testing::Test {
     content.replace(offset, bytes.size(), bytes);
     WriteBytes(path, content);
   }
-
-  ScopedTempDir dir_;
-  TestHost host_;
 };
 
 }  // namespace brivant::testing
