@@ -86,6 +86,16 @@ class ImageActionTest : public ActionTest {
     return found == kLetters.end() ? '?' : found->second;
   }
 
+  // A truncated JPEG, one that claims 60000 x 60000 pixels and plain text
+  // named .jpg.
+  std::vector<std::string> MakeBadJpegs() const {
+    std::string truncated = MakeQuadrants("truncated.jpg", 640, 480);
+    WriteBytes(truncated, ReadBytes(truncated).substr(0, 2000));
+    std::string bomb = MakeQuadrants("bomb.jpg");
+    Patch(bomb, ReadBytes(bomb).find("\xFF\xC0") + 5, "\xEA\x60\xEA\x60");
+    WriteBytes(Path("text.jpg"), "just some text\n");
+    return {truncated, bomb, Path("text.jpg")};
+  }
   // Overwrites bytes of a file at `offset`.
   static void Patch(const std::string& path, size_t offset, const std::string& bytes) {
     std::string content = ReadBytes(path);

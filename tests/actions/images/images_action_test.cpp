@@ -198,15 +198,10 @@ TEST_F(ImagesActionTest, EmptyOutputDirectoryIsRefused) {
 
 // Damaged files fail with a line that names them and stay as they were.
 TEST_F(ImagesActionTest, BadInputIsReportedAndLeftUntouched) {
-  std::string truncated = MakeQuadrants("truncated.jpg", 640, 480);
-  WriteBytes(truncated, ReadBytes(truncated).substr(0, 2000));
-  std::string bad_chunk = MakeQuadrants("chunk.png");
-  Patch(bad_chunk, ReadBytes(bad_chunk).find("IDAT") + 6, "\x55\xAA");
-  std::string bomb = MakeQuadrants("bomb.jpg");
-  Patch(bomb, ReadBytes(bomb).find("\xFF\xC0") + 5, "\xEA\x60\xEA\x60");  // 60000 x 60000
-  std::string text = Path("text.jpg");
-  WriteBytes(text, "just some text\n");
-  for (const std::string& input : {truncated, bad_chunk, bomb, text}) {
+  std::vector<std::string> inputs = MakeBadJpegs();
+  inputs.push_back(MakeQuadrants("chunk.png"));
+  Patch(inputs.back(), ReadBytes(inputs.back()).find("IDAT") + 6, "\x55\xAA");
+  for (const std::string& input : inputs) {
     SCOPED_TRACE(input);
     std::string before = ReadBytes(input);
     host_.messages.clear();
