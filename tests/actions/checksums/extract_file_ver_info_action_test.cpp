@@ -20,10 +20,6 @@ class ExtractFileVerInfoActionTest : public ChecksumTest {
     host_.messages.clear();
     return host_.Run(action_);
   }
-  std::vector<std::string> List() const {
-    return std::get<std::vector<std::string>>(
-        GetProperty(action_, *action_.GetPropertyTable().Find("VerInfoList")));
-  }
   TBVExtractFileVerInfoAction action_;
 };
 
@@ -99,7 +95,7 @@ TEST_F(ExtractFileVerInfoActionTest, RenamedVariablesAreFollowed) {
   Set(action_, "VerInfoList",
       std::vector<std::string>{"FileVersion=VER", "CompanyName=ver", "Comments=OTHER", "Bare"});
   action_.RenameVariableReference({"Ver=BUILD_VERSION"});
-  EXPECT_EQ(List(),
+  EXPECT_EQ(std::get<std::vector<std::string>>(Get(action_, "VerInfoList")),
             (std::vector<std::string>{"FileVersion=BUILD_VERSION", "CompanyName=BUILD_VERSION",
                                       "Comments=OTHER", "Bare"}));
 }
