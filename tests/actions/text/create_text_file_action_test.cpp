@@ -53,16 +53,14 @@ TEST_F(CreateTextFileActionTest, ExistingFileIsKeptWithoutOverwrite) {
   EXPECT_EQ(ReadBytes(Path("keep.txt")), "old");
 }
 
-TEST_F(CreateTextFileActionTest, FailedWriteReportsTheSystemReason) {
+TEST_F(CreateTextFileActionTest, FailedWritesAndUnknownReferencesWriteNothing) {
   WriteBytes(Path("plain"), "x");
   Set(action_, "NewFileName", Path("plain/sub.txt"));
   Set(action_, "CreateDirectory", false);
   EXPECT_FALSE(host_.Run(action_));
   EXPECT_EQ(host_.Texts(stError),
             std::vector<std::string>{"File creation failed: Not a directory"});
-}
 
-TEST_F(CreateTextFileActionTest, UnknownReferenceStopsBeforeWriting) {
   Set(action_, "NewFileName", Path("x.txt"));
   Set(action_, "FileContents", std::string("%NOPE%"));
   EXPECT_FALSE(host_.Run(action_));

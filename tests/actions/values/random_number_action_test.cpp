@@ -19,12 +19,10 @@ class RandomNumberActionTest : public testing::ActionTest {
   TBVRandomNumberAction action_;
 };
 
-TEST_F(RandomNumberActionTest, MissingVariableFailsTheRun) {
+TEST_F(RandomNumberActionTest, NeedsAVariableAndCoversTheInclusiveRange) {
   EXPECT_FALSE(host_.Run(action_));
   EXPECT_EQ(host_.Texts(stError), std::vector<std::string>{"Variable has not been set"});
-}
 
-TEST_F(RandomNumberActionTest, WholeNumbersCoverTheInclusiveRange) {
   Set(action_, "Variable", std::string("RND"));
   Set(action_, "Range", int64_t{3});
   std::set<int64_t> seen;
