@@ -20,10 +20,7 @@ std::string HashOfString(const std::string& text) {
 
 // The test suite of RFC 1321, appendix A.5.
 TEST(HashAlgMD5, StringsGiveTheRfc1321Digests) {
-  struct Case {
-    const char* text;
-    const char* md5;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"", "D41D8CD98F00B204E9800998ECF8427E"},
       {"abc", "900150983CD24FB0D6963F7D28E17F72"},
       {"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789",
@@ -31,7 +28,7 @@ TEST(HashAlgMD5, StringsGiveTheRfc1321Digests) {
       {"12345678901234567890123456789012345678901234567890123456789012345678901234567890",
        "57EDF4A22BE3C955AC49DA2E2107B67A"},
   };
-  for (const Case& c : cases) EXPECT_EQ(HashOfString(c.text), c.md5) << '"' << c.text << '"';
+  for (const auto& [text, md5] : cases) EXPECT_EQ(HashOfString(text), md5) << '"' << text << '"';
 }
 
 // One byte per UTF-16 code unit, its low byte: "a" 61, U+00E9 E9, U+0100 00,

@@ -78,24 +78,22 @@ Layout Locate(const std::string& bytes) {
 }
 
 TEST(PeVersionResource, ReadsExecutablesAndDllsOfBothWidths) {
-  struct Case {
-    const char* file;
-    uint32_t build;
-  } cases[] = {{"ver32.exe", 32}, {"ver64.exe", 64}, {"ver32.dll", 32}, {"ver64.dll", 64}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.file);
+  const std::tuple<const char*, uint32_t> cases[] = {
+      {"ver32.exe", 32}, {"ver64.exe", 64}, {"ver32.dll", 32}, {"ver64.dll", 64}};
+  for (const auto& [file, build] : cases) {
+    SCOPED_TRACE(file);
     VersionResource resource;
     std::string error;
-    ASSERT_TRUE(Read(TestBinary(c.file), &resource, &error)) << error;
+    ASSERT_TRUE(Read(TestBinary(file), &resource, &error)) << error;
     ASSERT_TRUE(resource.fixed.has_value());
     EXPECT_EQ(resource.fixed->signature, 0xFEEF04BDu);
     EXPECT_EQ(resource.fixed->file_version_ms, 0x00010002u);
-    EXPECT_EQ(resource.fixed->file_version_ls, 0x00030000u | c.build);
+    EXPECT_EQ(resource.fixed->file_version_ls, 0x00030000u | build);
     EXPECT_EQ(resource.fixed->product_version_ls, 0xFFFF0008u);
     EXPECT_EQ(resource.translations, std::vector<uint32_t>{0x04B00409});
-    std::string extension = std::string(c.file).substr(6);
+    std::string extension = std::string(file).substr(6);
     EXPECT_EQ(resource.FindString("OriginalFilename"),
-              "ver" + std::to_string(c.build) + "." + extension);
+              "ver" + std::to_string(build) + "." + extension);
     EXPECT_EQ(resource.FindString("FileDescription"), "Version resource test " + extension);
   }
 }

@@ -334,15 +334,13 @@ TEST_F(CopyFilesActionTest, TerminateFromAnotherThreadAbortsTheCopyAndLeavesNoPa
 TEST_F(CopyFilesActionTest, OsFailuresAreLoggedWithTheSystemMessage) {
   MakeFile("src/f.txt");
   MakeFile("blocker");
-  struct Case {
-    const char* name;
-    bool force;
-  } cases[] = {{"copy into a file's path", false}, {"force directories under a file", true}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  const std::tuple<const char*, bool> cases[] = {{"copy into a file's path", false},
+                                                 {"force directories under a file", true}};
+  for (const auto& [name, force] : cases) {
+    SCOPED_TRACE(name);
     TestHost host;
     TCopyFilesAction action;
-    Configure(action, "src/f.txt", "blocker/out/f.txt", {{"Force", c.force}});
+    Configure(action, "src/f.txt", "blocker/out/f.txt", {{"Force", force}});
     EXPECT_FALSE(host.Run(action));
     EXPECT_EQ(host.Texts(stError),
               (std::vector<std::string>{

@@ -25,10 +25,7 @@ class JpegLosslessTransformActionTest : public ImageActionTest {
 };
 
 TEST_F(JpegLosslessTransformActionTest, AutoTransformUndoesEachOrientationOnce) {
-  struct Row {
-    const char* expected;
-    const char* text;
-  } rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {"RGBW@64x48", "top left side - no rotation necessary"},
       {"GRWB@64x48", "top right side - flip horizontal"},
       {"WBGR@64x48", "bottom right side - rotate 180\u00b0"},
@@ -40,13 +37,12 @@ TEST_F(JpegLosslessTransformActionTest, AutoTransformUndoesEachOrientationOnce) 
   };
   for (int orientation = 1; orientation <= 8; ++orientation) {
     SCOPED_TRACE(orientation);
-    const Row& row = rows[orientation - 1];
+    const auto& [expected, text] = rows[orientation - 1];
     std::string input = MakeQuadrants("o.jpg", 64, 48, orientation);
     ASSERT_TRUE(Transform(input, "jptExifAuto"));
-    EXPECT_EQ(host_.Texts(stSuccess),
-              std::vector<std::string>{"Processed image: " + input +
-                                       ", Auto EXIF transform: " + row.text});
-    EXPECT_EQ(Describe(input), row.expected);
+    EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{"Processed image: " + input +
+                                                               ", Auto EXIF transform: " + text});
+    EXPECT_EQ(Describe(input), expected);
     EXPECT_EQ(Orientation(input), 1);
     // A second run finds orientation 1 and leaves the file as it is.
     std::string once = ReadBytes(input);
