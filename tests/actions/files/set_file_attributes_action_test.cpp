@@ -213,12 +213,8 @@ TEST_F(SetFileAttributesActionTest, MissingFileSetRaisesForTheHost) {
   Set(action, "UseFileSet", true);
   Set(action, "FileSetName", std::string("Nope"));
   Set(action, "Archive", Ordinal(TAttributeSetting::asSet));
-  try {
-    host_.Run(action);
-    ADD_FAILURE() << "no exception";
-  } catch (const EFileAttributeException& e) {
-    EXPECT_STREQ(e.what(), "FileSet \"Nope\" not found.");
-  }
+  EXPECT_EQ(MessageOf<EFileAttributeException>([&] { host_.Run(action); }),
+            "FileSet \"Nope\" not found.");
   EXPECT_EQ(host_.messages, std::vector<LoggedMessage>{});
 }
 

@@ -20,12 +20,7 @@ class FileIteratorTest : public IteratorTest {
   }
   // The message the loop fails with.
   std::string FailureOf() {
-    try {
-      RunLoop(iterator_);
-    } catch (const EIteratorException& e) {
-      return e.what();
-    }
-    return "<no EIteratorException>";
+    return MessageOf<EIteratorException>([&] { RunLoop(iterator_); });
   }
 
   TFileIterator iterator_;

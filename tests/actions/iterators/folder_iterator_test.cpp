@@ -62,12 +62,7 @@ TEST_F(FolderIteratorTest, StopFailsTheLoopInsteadOfRunningAPartialList) {
   Set(iterator_, "Recurse", true);
   StopOnMessageHost host(iterator_, "Searching for Folders...");
   iterator_.AttachHost(&host);
-  try {
-    iterator_.Execute();
-    ADD_FAILURE() << "no EIteratorException";
-  } catch (const EIteratorException& e) {
-    EXPECT_STREQ(e.what(), "Stopping folder search.");
-  }
+  EXPECT_EQ(MessageOf<EIteratorException>([&] { iterator_.Execute(); }), "Stopping folder search.");
 }
 
 TEST_F(FolderIteratorTest, ValidationAndExpansionFailures) {
