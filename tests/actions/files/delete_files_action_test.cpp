@@ -19,7 +19,7 @@ class DeleteFilesActionTest : public MiscFileActionTest {
   TDeleteFilesAction action_;
 };
 
-TEST_F(DeleteFilesActionTest, BlankFileSpecLogsNothing) {
+TEST_F(DeleteFilesActionTest, BlankOrUnmatchedSpecFailsOnlyWithFailIfNoFile) {
   host_.Define("BLANK", Variant(std::string("   ")));
   for (bool fail_if_no_file : {true, false}) {
     SCOPED_TRACE(fail_if_no_file);
@@ -27,9 +27,7 @@ TEST_F(DeleteFilesActionTest, BlankFileSpecLogsNothing) {
     EXPECT_EQ(Delete(" %BLANK% "), !fail_if_no_file);
     EXPECT_EQ(host_.events, std::vector<std::string>{});
   }
-}
 
-TEST_F(DeleteFilesActionTest, NoMatchFailsOnlyWithFailIfNoFile) {
   MakeFile("keep.txt");
   const std::tuple<bool, bool, std::string> cases[] = {
       {false, true, "stSuccess: 0 files deleted."},

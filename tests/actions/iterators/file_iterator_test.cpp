@@ -102,16 +102,14 @@ TEST_F(FileIteratorTest, BareNamesWithoutPathsAndEnclosingQuotesRemoved) {
   EXPECT_TRUE(iterator_.GetIncludeFilePath()) << "Recurse on turns IncludeFilePath on";
 }
 
-TEST_F(FileIteratorTest, NothingFoundIsAnEmptyLoopNotAFailure) {
+TEST_F(FileIteratorTest, NothingFoundIsAnEmptyLoopButAFailedListFails) {
   bool executed = false;
   Set(iterator_, "FileSpec", Path("missing/*.txt"));
   EXPECT_EQ(RunLoop(iterator_, {}, &executed), std::vector<std::string>{});
   EXPECT_TRUE(executed);
   EXPECT_EQ(host_.Texts(stInfo),
             (std::vector<std::string>{"Searching for Files...", "Found 0 Files."}));
-}
 
-TEST_F(FileIteratorTest, ListFailuresNameWhatFailed) {
   std::filesystem::create_symlink("loop", Path("loop"));
   const std::tuple<const char*, bool, std::string, std::string> cases[] = {
       {"unknown variable", false, "%NOPE%/*.txt",
