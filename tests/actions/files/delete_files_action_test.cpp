@@ -19,7 +19,7 @@ class DeleteFilesActionTest : public MiscFileActionTest {
   TDeleteFilesAction action_;
 };
 
-TEST_F(DeleteFilesActionTest, BlankOrUnmatchedSpecFailsOnlyWithFailIfNoFile) {
+TEST_F(DeleteFilesActionTest, BlankOrUnmatchedFileSpecFailsOnlyWithFailIfNoFile) {
   host_.Define("BLANK", Variant(std::string("   ")));
   for (bool fail_if_no_file : {true, false}) {
     SCOPED_TRACE(fail_if_no_file);
