@@ -1,5 +1,7 @@
 #include "actions/checksums/extract_file_ver_info_action.h"
 
+#include <tuple>
+
 #include "tests/actions/checksums/checksum_test_support.h"
 
 namespace brivant::testing {
@@ -18,18 +20,11 @@ class ExtractFileVerInfoActionTest : public ChecksumTest {
     host_.messages.clear();
     return host_.Run(action_);
   }
-  std::vector<std::string> List() const {
-    return std::get<std::vector<std::string>>(
-        GetProperty(action_, *action_.GetPropertyTable().Find("VerInfoList")));
-  }
   TBVExtractFileVerInfoAction action_;
 };
 
 TEST_F(ExtractFileVerInfoActionTest, ResolvesNamedPatternAndCustomFields) {
-  struct Case {
-    const char* line;
-    const char* value;
-  } cases[] = {
+  const std::tuple<const char*, const char*> cases[] = {
       {"FileVersion=V", "1.2.3.64"},
       {"File Version=V", "1.2.3.64"},
       {"fileversion=V", "1.2.3.64"},
@@ -42,10 +37,10 @@ TEST_F(ExtractFileVerInfoActionTest, ResolvesNamedPatternAndCustomFields) {
       {"companyname=V", "Brivant Test Co."},  // not an exact name: looked up as a custom string
   };
   host_.Define("V");
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.line);
-    ASSERT_TRUE(Extract(kExe64, {c.line}));
-    EXPECT_EQ(host_.VariableText("V"), c.value);
+  for (const auto& [line, value] : cases) {
+    SCOPED_TRACE(line);
+    ASSERT_TRUE(Extract(kExe64, {line}));
+    EXPECT_EQ(host_.VariableText("V"), value);
   }
   EXPECT_EQ(Log(),
             (std::vector<std::string>{"stInfo: Getting file version information for " + kExe64,
@@ -100,7 +95,7 @@ TEST_F(ExtractFileVerInfoActionTest, RenamedVariablesAreFollowed) {
   Set(action_, "VerInfoList",
       std::vector<std::string>{"FileVersion=VER", "CompanyName=ver", "Comments=OTHER", "Bare"});
   action_.RenameVariableReference({"Ver=BUILD_VERSION"});
-  EXPECT_EQ(List(),
+  EXPECT_EQ(std::get<std::vector<std::string>>(Get(action_, "VerInfoList")),
             (std::vector<std::string>{"FileVersion=BUILD_VERSION", "CompanyName=BUILD_VERSION",
                                       "Comments=OTHER", "Bare"}));
 }

@@ -1,6 +1,7 @@
 #include "actions/checksums/file_compare_action.h"
 
 #include <filesystem>
+#include <tuple>
 
 #include "tests/actions/checksums/checksum_test_support.h"
 
@@ -25,13 +26,7 @@ TEST_F(FileCompareActionTest, VerdictFollowsInvertedAndFail) {
   std::string a = MakeFile("a.bin", "same");
   std::string same = MakeFile("same.bin", "same");
   std::string other = MakeFile("other.bin", "diff");
-  struct Case {
-    bool inverted, fail, different;
-    const char* line;
-    TStatusTag tag;
-    bool result;
-    TBVNextAction next;
-  } cases[] = {
+  const std::tuple<bool, bool, bool, const char*, TStatusTag, bool, TBVNextAction> cases[] = {
       {false, true, true, "Files are different.", stSuccess, true, naRunChildren},
       {false, true, false, "No differences found.", stError, false, naRunChildren},
       {false, false, true, "Files are different - running child actions", stSuccess, true,
@@ -45,14 +40,14 @@ TEST_F(FileCompareActionTest, VerdictFollowsInvertedAndFail) {
       {true, false, false, "No differences found - running child actions", stSuccess, true,
        naRunChildren},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.inverted ? "inverted " : "") + (c.fail ? "fail " : "") +
-                 (c.different ? "different" : "same"));
-    Set(action_, "Inverted", c.inverted);
-    Set(action_, "Fail", c.fail);
-    EXPECT_EQ(Compare(a, c.different ? other : same), c.result);
-    EXPECT_EQ(host_.messages.back(), (LoggedMessage{c.tag, c.line}));
-    EXPECT_EQ(NextAfterExecute(action_), c.next);
+  for (const auto& [inverted, fail, different, line, tag, result, next] : cases) {
+    SCOPED_TRACE(std::string(inverted ? "inverted " : "") + (fail ? "fail " : "") +
+                 (different ? "different" : "same"));
+    Set(action_, "Inverted", inverted);
+    Set(action_, "Fail", fail);
+    EXPECT_EQ(Compare(a, different ? other : same), result);
+    EXPECT_EQ(host_.messages.back(), (LoggedMessage{tag, line}));
+    EXPECT_EQ(NextAfterExecute(action_), next);
   }
 }
 

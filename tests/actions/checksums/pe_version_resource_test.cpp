@@ -3,6 +3,7 @@
 #include <cstring>
 #include <functional>
 #include <sstream>
+#include <tuple>
 
 #include "tests/actions/checksums/checksum_test_support.h"
 
@@ -77,24 +78,22 @@ Layout Locate(const std::string& bytes) {
 }
 
 TEST(PeVersionResource, ReadsExecutablesAndDllsOfBothWidths) {
-  struct Case {
-    const char* file;
-    uint32_t build;
-  } cases[] = {{"ver32.exe", 32}, {"ver64.exe", 64}, {"ver32.dll", 32}, {"ver64.dll", 64}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.file);
+  const std::tuple<const char*, uint32_t> cases[] = {
+      {"ver32.exe", 32}, {"ver64.exe", 64}, {"ver32.dll", 32}, {"ver64.dll", 64}};
+  for (const auto& [file, build] : cases) {
+    SCOPED_TRACE(file);
     VersionResource resource;
     std::string error;
-    ASSERT_TRUE(Read(TestBinary(c.file), &resource, &error)) << error;
+    ASSERT_TRUE(Read(TestBinary(file), &resource, &error)) << error;
     ASSERT_TRUE(resource.fixed.has_value());
     EXPECT_EQ(resource.fixed->signature, 0xFEEF04BDu);
     EXPECT_EQ(resource.fixed->file_version_ms, 0x00010002u);
-    EXPECT_EQ(resource.fixed->file_version_ls, 0x00030000u | c.build);
+    EXPECT_EQ(resource.fixed->file_version_ls, 0x00030000u | build);
     EXPECT_EQ(resource.fixed->product_version_ls, 0xFFFF0008u);
     EXPECT_EQ(resource.translations, std::vector<uint32_t>{0x04B00409});
-    std::string extension = std::string(c.file).substr(6);
+    std::string extension = std::string(file).substr(6);
     EXPECT_EQ(resource.FindString("OriginalFilename"),
-              "ver" + std::to_string(c.build) + "." + extension);
+              "ver" + std::to_string(build) + "." + extension);
     EXPECT_EQ(resource.FindString("FileDescription"), "Version resource test " + extension);
   }
 }
@@ -148,11 +147,7 @@ TEST(PeVersionResource, TruncatedFilesAreRefused) {
 TEST(PeVersionResource, CorruptedHeadersAreRefusedWithTheirPlace) {
   const std::string original = TestBinary("ver64.exe");
   const Layout at = Locate(original);
-  struct Case {
-    const char* what;
-    std::function<void(std::string*)> corrupt;
-    std::string error;
-  } cases[] = {
+  const std::tuple<const char*, std::function<void(std::string*)>, std::string> cases[] = {
       {"PE offset far beyond the end", [](std::string* b) { Put32(b, 0x3C, 0xFFFFFFF0); },
        "truncated file header at offset 0xFFFFFFF0"},
       {"no PE signature", [&](std::string* b) { (*b)[at.pe] = 'X'; },
@@ -180,11 +175,11 @@ TEST(PeVersionResource, CorruptedHeadersAreRefusedWithTheirPlace) {
       {"wrong root key", [&](std::string* b) { (*b)[at.version + 6] = 'X'; },
        "version resource does not start with VS_VERSION_INFO"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
+  for (const auto& [what, corrupt, error] : cases) {
+    SCOPED_TRACE(what);
     std::string bytes = original;
-    c.corrupt(&bytes);
-    EXPECT_EQ(ReadError(bytes), c.error);
+    corrupt(&bytes);
+    EXPECT_EQ(ReadError(bytes), error);
   }
 }
 

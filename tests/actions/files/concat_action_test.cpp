@@ -1,5 +1,7 @@
 #include "actions/files/concat_action.h"
 
+#include <tuple>
+
 #include "tests/actions/files/misc_action_fixture.h"
 
 namespace brivant::testing {
@@ -40,25 +42,19 @@ TEST_F(ConcatActionTest, JoinsEntriesInListOrderAndMatchesInNameOrder) {
 TEST_F(ConcatActionTest, SeparatorsLineBreaksAndAppending) {
   MakeFile("x", "one");
   MakeFile("y", "two\n");
-  struct Case {
-    const char* name;
-    std::string separator;
-    bool add_line_breaks;
-    bool append;
-    std::string expected;
-  } cases[] = {
+  const std::tuple<const char*, std::string, bool, bool, std::string> cases[] = {
       {"as they are", "", false, false, "onetwo\n"},
       {"line breaks", "", true, false, "one\ntwo\n"},
       {"separator", "--\n", false, false, "one--\ntwo\n"},
       {"both", "--\n", true, false, "one\n--\ntwo\n"},
       {"appended", "", true, true, "old\none\ntwo\n"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, separator, add_line_breaks, append, expected] : cases) {
+    SCOPED_TRACE(name);
     MakeFile("out.txt", "old");
     ASSERT_TRUE(
-        Concat({Path("x"), Path("y")}, Path("out.txt"), c.separator, c.add_line_breaks, c.append));
-    EXPECT_EQ(ReadBytes(Path("out.txt")), c.expected);
+        Concat({Path("x"), Path("y")}, Path("out.txt"), separator, add_line_breaks, append));
+    EXPECT_EQ(ReadBytes(Path("out.txt")), expected);
   }
 }
 
@@ -69,11 +65,7 @@ TEST_F(ConcatActionTest, FailureLeavesTheTargetAsItWas) {
   MakeFile("target.txt", "previous");
   MakeFile("locked.txt", "locked");
   MakeReadOnly("locked.txt");
-  struct Case {
-    std::vector<std::string> sources;
-    std::string target;
-    std::vector<std::string> errors;
-  } cases[] = {
+  const std::tuple<std::vector<std::string>, std::string, std::vector<std::string>> cases[] = {
       // clang-format off
       {{Path("in/good.txt"), Path("in/missing.txt")}, Path("target.txt"),
        {"Source file not found: " + Path("in/missing.txt")}},
@@ -87,11 +79,11 @@ TEST_F(ConcatActionTest, FailureLeavesTheTargetAsItWas) {
        {"Error writing file: " + Path("locked.txt"), "Error reason: Permission denied"}},
       // clang-format on
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.errors.front());
+  for (const auto& [sources, target, errors] : cases) {
+    SCOPED_TRACE(errors.front());
     host_.messages.clear();
-    EXPECT_FALSE(Concat(c.sources, c.target));
-    EXPECT_EQ(host_.Texts(stError), c.errors);
+    EXPECT_FALSE(Concat(sources, target));
+    EXPECT_EQ(host_.Texts(stError), errors);
     EXPECT_EQ(host_.open_groups, 0);
   }
   EXPECT_EQ(ReadBytes(Path("target.txt")), "previous");

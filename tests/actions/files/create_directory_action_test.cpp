@@ -1,11 +1,13 @@
 #include "actions/files/create_directory_action.h"
 
-#include "tests/actions/files/directory_action_fixture.h"
+#include <tuple>
+
+#include "tests/actions/files/misc_action_fixture.h"
 
 namespace brivant::testing {
 namespace {
 
-class CreateDirectoryActionTest : public DirectoryActionTest {
+class CreateDirectoryActionTest : public MiscFileActionTest {
  protected:
   bool Create(const std::string& dir, bool force) {
     TCreateDirectoryAction action;
@@ -46,18 +48,16 @@ TEST_F(CreateDirectoryActionTest, MissingParentsNeedForce) {
 
 TEST_F(CreateDirectoryActionTest, FileInTheWayFailsWithAndWithoutForce) {
   MakeFile("file");
-  struct Case {
-    std::string dir;
-    bool force;
-  } cases[] = {{"file", false}, {"file", true}, {"file/sub", true}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.dir + (c.force ? " force" : ""));
+  const std::tuple<std::string, bool> cases[] = {
+      {"file", false}, {"file", true}, {"file/sub", true}};
+  for (const auto& [dir, force] : cases) {
+    SCOPED_TRACE(dir + (force ? " force" : ""));
     host_.events.clear();
-    EXPECT_FALSE(Create(Path(c.dir), c.force));
+    EXPECT_FALSE(Create(Path(dir), force));
     EXPECT_EQ(host_.events,
-              std::vector<std::string>{"stError: Unable to create directory: " + Path(c.dir)});
+              std::vector<std::string>{"stError: Unable to create directory: " + Path(dir)});
   }
-  EXPECT_EQ(Tree(), std::vector<std::string>{"file"});
+  EXPECT_EQ(Tree(), std::vector<std::string>{"file=x"});
 }
 
 TEST_F(CreateDirectoryActionTest, NameIsExpandedAndOnlyTestedForBlanks) {

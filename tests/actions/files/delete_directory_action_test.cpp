@@ -1,24 +1,27 @@
 #include "actions/files/delete_directory_action.h"
 
 #include <chrono>
+#include <tuple>
 
-#include "tests/actions/files/directory_action_fixture.h"
+#include "platform/file_attributes.h"
+#include "tests/actions/files/misc_action_fixture.h"
 #include "tests/support/unprivileged.h"
 
 namespace brivant::testing {
 namespace {
 
-class DeleteDirectoryActionTest : public DirectoryActionTest {
+class DeleteDirectoryActionTest : public MiscFileActionTest {
  protected:
+  // Some tests make the action move the working directory.
+  void SetUp() override { original_cwd_ = std::filesystem::current_path(); }
+  void TearDown() override { std::filesystem::current_path(original_cwd_); }
   bool Delete(const std::string& dir) {
     Set(action_, "FileOrDirectory", dir);
     return host_.Run(action_);
   }
-  std::string Physical(const std::string& path) const {
-    return std::filesystem::canonical(path).string();
-  }
 
   TDeleteDirectoryAction action_;
+  std::filesystem::path original_cwd_;
 };
 
 TEST_F(DeleteDirectoryActionTest, MissingDirectoryNeedsNoDeletion) {
@@ -53,7 +56,7 @@ TEST_F(DeleteDirectoryActionTest, TreeIsLoggedDepthFirstInNameOrder) {
                               "stInfo: Deleting " + root + "/b.txt...",
                               "stSuccess: Directory deleted: " + root + "/",
                           }));
-  EXPECT_EQ(Tree(), std::vector<std::string>{"keep.txt"});
+  EXPECT_EQ(Tree(), std::vector<std::string>{"keep.txt=x"});
 }
 
 TEST_F(DeleteDirectoryActionTest, ReadOnlyFilesInTheTreeNeedDeleteReadOnly) {
@@ -71,7 +74,7 @@ TEST_F(DeleteDirectoryActionTest, ReadOnlyFilesInTheTreeNeedDeleteReadOnly) {
                 "stError: Error deleting file/folder: System Error.  Code: 13.\nPermission denied",
                 "stError: Unable to delete directory : " + Path("root"),
             }));
-  EXPECT_EQ(Tree("root"), (std::vector<std::string>{"sub/", "sub/ro.txt"}));
+  EXPECT_EQ(Tree("root"), (std::vector<std::string>{"sub/", "sub/ro.txt=x"}));
 
   host_.events.clear();
   Set(action_, "DeleteReadOnly", true);
@@ -106,7 +109,7 @@ TEST_F(DeleteDirectoryActionTest, NonEmptyDirectoryIsRetriedOnceThenGivenUp) {
           "stError: Unable to delete directory : " + Path("root"),
       }));
   EXPECT_GE(waited, std::chrono::milliseconds(1500));
-  EXPECT_EQ(Tree("root"), std::vector<std::string>{"f.txt"});
+  EXPECT_EQ(Tree("root"), std::vector<std::string>{"f.txt=x"});
 }
 
 TEST_F(DeleteDirectoryActionTest, LinksAreRemovedAsLinksAndNeverFollowed) {
@@ -117,7 +120,7 @@ TEST_F(DeleteDirectoryActionTest, LinksAreRemovedAsLinksAndNeverFollowed) {
   std::filesystem::create_directory_symlink(Path("outside"), Path("root/dir_link"));
   std::filesystem::create_symlink(Path("outside/keep.txt"), Path("root/file_link"));
   std::filesystem::create_directory_symlink(Path("outside"), Path("given_link"));
-  std::vector<std::string> outside = {"keep.txt", "sub/", "sub/more.txt"};
+  std::vector<std::string> outside = {"keep.txt=x", "sub/", "sub/more.txt=x"};
 
   Set(action_, "DeleteTree", true);
   Set(action_, "DeleteReadOnly", true);
@@ -139,24 +142,21 @@ TEST_F(DeleteDirectoryActionTest, LinksAreRemovedAsLinksAndNeverFollowed) {
 
 TEST_F(DeleteDirectoryActionTest, WorkingDirectoryInsideTheTreeMovesToItsParent) {
   // Tests share a process: the fixture restores the working directory.
-  struct Case {
-    const char* cwd;
-    const char* dir;
-    const char* expected_cwd;
-  } cases[] = {
+  const std::tuple<const char*, const char*, const char*> cases[] = {
       {"root/sub", "root", ""},
       {"other", "root", "other"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.cwd) + " " + c.dir);
+  for (const auto& [cwd, dir, expected_cwd] : cases) {
+    SCOPED_TRACE(std::string(cwd) + " " + dir);
     MakeFile("root/sub/f.txt");
     MakeFile("sibling.txt");
     MakeDirectory("other");
-    std::filesystem::current_path(Path(c.cwd));
+    std::filesystem::current_path(Path(cwd));
     Set(action_, "DeleteTree", true);
-    EXPECT_TRUE(Delete(Path(c.dir)));
-    EXPECT_EQ(std::filesystem::current_path().string(), Physical(Path(c.expected_cwd)));
-    EXPECT_EQ(Tree(), (std::vector<std::string>{"other/", "sibling.txt"}));
+    EXPECT_TRUE(Delete(Path(dir)));
+    EXPECT_EQ(std::filesystem::current_path().string(),
+              std::filesystem::canonical(Path(expected_cwd)).string());
+    EXPECT_EQ(Tree(), (std::vector<std::string>{"other/", "sibling.txt=x"}));
   }
 }
 

@@ -1,11 +1,14 @@
 #include "actions/files/delete_files_action.h"
 
-#include "tests/actions/files/directory_action_fixture.h"
+#include <tuple>
+
+#include "platform/file_attributes.h"
+#include "tests/actions/files/misc_action_fixture.h"
 
 namespace brivant::testing {
 namespace {
 
-class DeleteFilesActionTest : public DirectoryActionTest {
+class DeleteFilesActionTest : public MiscFileActionTest {
  protected:
   bool Delete(const std::string& file_spec) {
     Set(action_, "FileSpec", file_spec);
@@ -16,7 +19,7 @@ class DeleteFilesActionTest : public DirectoryActionTest {
   TDeleteFilesAction action_;
 };
 
-TEST_F(DeleteFilesActionTest, BlankFileSpecLogsNothing) {
+TEST_F(DeleteFilesActionTest, BlankOrUnmatchedFileSpecFailsOnlyWithFailIfNoFile) {
   host_.Define("BLANK", Variant(std::string("   ")));
   for (bool fail_if_no_file : {true, false}) {
     SCOPED_TRACE(fail_if_no_file);
@@ -24,48 +27,22 @@ TEST_F(DeleteFilesActionTest, BlankFileSpecLogsNothing) {
     EXPECT_EQ(Delete(" %BLANK% "), !fail_if_no_file);
     EXPECT_EQ(host_.events, std::vector<std::string>{});
   }
-}
 
-TEST_F(DeleteFilesActionTest, NoMatchFailsOnlyWithFailIfNoFile) {
   MakeFile("keep.txt");
-  struct Case {
-    bool fail_if_no_file;
-    bool result;
-    std::string last_line;
-  } cases[] = {
+  const std::tuple<bool, bool, std::string> cases[] = {
       {false, true, "stSuccess: 0 files deleted."},
       {true, false, "stError: Failing because 0 files deleted."},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.last_line);
+  for (const auto& [fail_if_no_file, result, last_line] : cases) {
+    SCOPED_TRACE(last_line);
     host_.events.clear();
-    Set(action_, "FailIfNoFile", c.fail_if_no_file);
-    EXPECT_EQ(Delete(Path("*.tmp")), c.result);
+    Set(action_, "FailIfNoFile", fail_if_no_file);
+    EXPECT_EQ(Delete(Path("*.tmp")), result);
     EXPECT_EQ(host_.events,
               (std::vector<std::string>{
-                  "stInfo: Deleting files matching filespec: " + Path("*.tmp"), c.last_line}));
+                  "stInfo: Deleting files matching filespec: " + Path("*.tmp"), last_line}));
   }
-  EXPECT_EQ(Tree(), std::vector<std::string>{"keep.txt"});
-}
-
-TEST_F(DeleteFilesActionTest, SummaryIsSingularForOneFile) {
-  struct Case {
-    std::vector<std::string> files;
-    std::string summary;
-  } cases[] = {
-      {{"a.tmp"}, "1 file deleted."},
-      {{"a.tmp", "b.tmp"}, "2 files deleted."},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.summary);
-    host_.messages.clear();
-    for (const std::string& file : c.files) MakeFile(file);
-    MakeFile("keep.txt");
-    EXPECT_TRUE(Delete(Path("*.tmp")));
-    EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{c.summary});
-    EXPECT_EQ(FilesAffected(), static_cast<int64_t>(c.files.size()));
-    EXPECT_EQ(Tree(), std::vector<std::string>{"keep.txt"});
-  }
+  EXPECT_EQ(Tree(), std::vector<std::string>{"keep.txt=x"});
 }
 
 TEST_F(DeleteFilesActionTest, NameWithoutWildcardsAfterExpansionDeletesThatFileOnly) {
@@ -75,37 +52,35 @@ TEST_F(DeleteFilesActionTest, NameWithoutWildcardsAfterExpansionDeletesThatFileO
   EXPECT_TRUE(Delete("  %DIR%/a.txt "));
   EXPECT_EQ(host_.Texts(stInfo),
             std::vector<std::string>{"Deleting files matching filespec: " + Path("a.txt")});
-  EXPECT_EQ(Tree(), std::vector<std::string>{"ab.txt"});
+  EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{"1 file deleted."});
+  EXPECT_EQ(FilesAffected(), 1);
+  EXPECT_EQ(Tree(), std::vector<std::string>{"ab.txt=x"});
 }
 
 TEST_F(DeleteFilesActionTest, ReadOnlyFileStopsTheRunWithoutDeleteReadOnly) {
   // Files are taken in name order: the read-only one first, then after one
   // deletion.
-  struct Case {
-    std::string read_only;
-    std::vector<std::string> errors;
-    std::vector<std::string> left;
-    int64_t deleted;
-  } cases[] = {
-      // clang-format off
+  const std::tuple<std::string, std::vector<std::string>, std::vector<std::string>, int64_t>
+      cases[] = {
+          // clang-format off
       {"a.tmp",
        {"Error deleting file : " + Path("a.tmp"), "Error Reason: Permission denied",
-        "Failing because 0 files deleted."}, {"a.tmp", "b.tmp"}, 0},
+        "Failing because 0 files deleted."}, {"a.tmp=x", "b.tmp=x"}, 0},
       {"b.tmp", {"Error deleting file : " + Path("b.tmp"), "Error Reason: Permission denied"},
-       {"b.tmp"}, 1},
-      // clang-format on
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.read_only);
+       {"b.tmp=x"}, 1},
+          // clang-format on
+      };
+  for (const auto& [read_only, errors, left, deleted] : cases) {
+    SCOPED_TRACE(read_only);
     host_.messages.clear();
     MakeFile("a.tmp");
     MakeFile("b.tmp");
-    MakeReadOnly(c.read_only);
+    MakeReadOnly(read_only);
     EXPECT_FALSE(Delete(Path("*.tmp")));
-    EXPECT_EQ(host_.Texts(stError), c.errors);
+    EXPECT_EQ(host_.Texts(stError), errors);
     EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{});
-    EXPECT_EQ(FilesAffected(), c.deleted);
-    EXPECT_EQ(Tree(), c.left);
+    EXPECT_EQ(FilesAffected(), deleted);
+    EXPECT_EQ(Tree(), left);
 
     Set(action_, "DeleteReadOnly", true);
     EXPECT_TRUE(Delete(Path("*.tmp")));
@@ -143,7 +118,7 @@ TEST_F(DeleteFilesActionTest, SystemFilesAndDirectoriesAreNeitherDeletedNorCount
   EXPECT_TRUE(Delete(Path("*.tmp")));
   EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{"1 file deleted."});
   EXPECT_EQ(FilesAffected(), 1);
-  EXPECT_EQ(Tree(), (std::vector<std::string>{"folder.tmp/", "system.tmp"}));
+  EXPECT_EQ(Tree(), (std::vector<std::string>{"folder.tmp/", "system.tmp=x"}));
 }
 
 TEST_F(DeleteFilesActionTest, UnsearchableDirectoryIsAnErrorNotAnEmptyResult) {
@@ -163,7 +138,7 @@ TEST_F(DeleteFilesActionTest, LinkIsDeletedAsALinkAndItsTargetKept) {
   std::filesystem::create_symlink(Path("outside/target.txt"), Path("work/link.txt"));
   Set(action_, "DeleteReadOnly", true);
   EXPECT_TRUE(Delete(Path("work/*")));
-  EXPECT_EQ(Tree(), (std::vector<std::string>{"outside/", "outside/target.txt", "work/"}));
+  EXPECT_EQ(Tree(), (std::vector<std::string>{"outside/", "outside/target.txt=keep", "work/"}));
   EXPECT_EQ(platform::GetFileAttributes(Path("outside/target.txt")).Value(),
             platform::kFileAttributeReadOnly);
 }

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <tuple>
 
 #include "tests/actions/files/misc_action_fixture.h"
 
@@ -24,37 +25,33 @@ class DiskInfoActionTest : public MiscFileActionTest {
 TEST_F(DiskInfoActionTest, ReportsTheFileSystemsSizeInTheChosenUnits) {
   // std::filesystem::space asks the same file system independently.
   std::filesystem::space_info space = std::filesystem::space(dir_.path());
-  struct Case {
-    TSizeUnits units;
-    double bytes_per_unit;
-    const char* suffix;
-  } cases[] = {{suBytes, 1, " bytes"},
-               {suKB, 1024, " KB"},
-               {suMB, 1024.0 * 1024, " MB"},
-               {suGB, 1024.0 * 1024 * 1024, " GB"}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.suffix);
+  const std::tuple<TSizeUnits, double, const char*> cases[] = {{suBytes, 1, " bytes"},
+                                                               {suKB, 1024, " KB"},
+                                                               {suMB, 1024.0 * 1024, " MB"},
+                                                               {suGB, 1024.0 * 1024 * 1024, " GB"}};
+  for (const auto& [units, bytes_per_unit, suffix] : cases) {
+    SCOPED_TRACE(suffix);
     host_.messages.clear();
-    ASSERT_TRUE(Run(dir_.path(), c.units));
+    ASSERT_TRUE(Run(dir_.path(), units));
     Variant total = host_.variables.Get("TOTAL").value();
     Variant free = host_.variables.Get("FREE").value();
-    if (c.units == suBytes) {
+    if (units == suBytes) {
       EXPECT_EQ(total, Variant(static_cast<int64_t>(space.capacity)));
       EXPECT_EQ(free.Type(), VariantType::kInteger);
     } else {
-      EXPECT_EQ(total, Variant(std::round(space.capacity / c.bytes_per_unit * 100) / 100));
+      EXPECT_EQ(total, Variant(std::round(space.capacity / bytes_per_unit * 100) / 100));
       EXPECT_EQ(free.Type(), VariantType::kFloat);
     }
     // Other processes write to the disk meanwhile; a few MB either way is fine.
-    EXPECT_NEAR(free.ToFloat() * c.bytes_per_unit, static_cast<double>(space.available),
+    EXPECT_NEAR(free.ToFloat() * bytes_per_unit, static_cast<double>(space.available),
                 64.0 * 1024 * 1024);
     ASSERT_EQ(host_.messages.size(), 2u);
     EXPECT_EQ(host_.messages[0], (LoggedMessage{stInfo, "Getting disk space of: " + dir_.path()}));
     EXPECT_EQ(host_.messages[1].tag, stSuccess);
     std::string summary = host_.messages[1].text;
     EXPECT_EQ(summary.rfind("Free space on " + dir_.path() + ": ", 0), 0u) << summary;
-    EXPECT_EQ(summary.substr(summary.size() - std::string(c.suffix).size()), c.suffix);
-    EXPECT_NE(summary.find(" of " + total.ToString() + c.suffix), std::string::npos) << summary;
+    EXPECT_EQ(summary.substr(summary.size() - std::string(suffix).size()), suffix);
+    EXPECT_NE(summary.find(" of " + total.ToString() + suffix), std::string::npos) << summary;
   }
 }
 

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,17 @@ class FileActionTest : public ActionTest {
   }
   bool Exists(const std::string& name) const {
     return std::filesystem::exists(std::filesystem::symlink_status(Path(name)));
+  }
+
+  // The message of the E that `run` throws, or "<no exception>".
+  template <class E>
+  static std::string MessageOf(const std::function<void()>& run) {
+    try {
+      run();
+    } catch (const E& e) {
+      return e.what();
+    }
+    return "<no exception>";
   }
 
   // The host's events without progress lines: log lines and group bounds.

@@ -1,5 +1,7 @@
 #include "actions/files/file_exists_action.h"
 
+#include <tuple>
+
 #include "tests/actions/files/misc_action_fixture.h"
 
 namespace brivant::testing {
@@ -14,13 +16,7 @@ class FileExistsActionTest : public MiscFileActionTest {
 };
 
 TEST_F(FileExistsActionTest, DecidesWhetherTheChildrenRun) {
-  struct Case {
-    const char* name;
-    TCheckFileType type;
-    bool check_not_exists;
-    std::string found_line;
-    bool children_run;
-  } cases[] = {
+  const std::tuple<const char*, TCheckFileType, bool, std::string, bool> cases[] = {
       {"present.txt", cftFileOrDirectory, false, "File exists: " + Path("present.txt"), true},
       {"folder", cftFileOrDirectory, false, "Directory exists: " + Path("folder"), true},
       {"missing.txt", cftFileOrDirectory, false,
@@ -40,21 +36,21 @@ TEST_F(FileExistsActionTest, DecidesWhetherTheChildrenRun) {
       // "." and ".." match "*" but are not entries of the directory.
       {"*", cftDirectory, false, "Directories matching " + Path("*") + ": 1", true},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.name) + " type " + std::to_string(c.type) +
-                 (c.check_not_exists ? " inverted" : ""));
+  for (const auto& [name, type, check_not_exists, found_line, children_run] : cases) {
+    SCOPED_TRACE(std::string(name) + " type " + std::to_string(type) +
+                 (check_not_exists ? " inverted" : ""));
     host_.messages.clear();
     TFileExistsAction action;
-    Set(action, "FileOrDirectory", Path(c.name));
-    Set(action, "CheckType", int64_t{c.type});
-    Set(action, "CheckNotExists", c.check_not_exists);
+    Set(action, "FileOrDirectory", Path(name));
+    Set(action, "CheckType", int64_t{type});
+    Set(action, "CheckNotExists", check_not_exists);
     EXPECT_TRUE(host_.Run(action));
     EXPECT_EQ(host_.messages,
               (std::vector<LoggedMessage>{
-                  {stInfo, c.found_line},
-                  {stSuccess, c.children_run ? "Condition met - running child actions"
-                                             : "Condition not met - skipping child actions"}}));
-    EXPECT_EQ(NextAfterExecute(action), c.children_run ? naRunChildren : naSkipChildren);
+                  {stInfo, found_line},
+                  {stSuccess, children_run ? "Condition met - running child actions"
+                                           : "Condition not met - skipping child actions"}}));
+    EXPECT_EQ(NextAfterExecute(action), children_run ? naRunChildren : naSkipChildren);
   }
 }
 

@@ -1,6 +1,7 @@
 #include "actions/files/file_set_copy_move_action.h"
 
 #include <functional>
+#include <tuple>
 
 #include "tests/actions/files/misc_action_fixture.h"
 #include "tests/support/listed_file_set.h"
@@ -66,15 +67,10 @@ TEST_F(FileSetCopyMoveActionTest, ExistingTargetsFollowTheOverwriteMode) {
   Set(action_, "FailIfZeroFiles", false);
   const std::time_t older = 1000000000;
   const std::time_t newer = older + 3600;
-  struct Case {
-    const char* name;
-    TFileSetOverwriteMode mode;
-    std::time_t target_time;
-    bool succeeds;
-    std::string content;
-    LoggedMessage last;
-  } cases[] = {
-      // clang-format off
+  const std::tuple<const char*, TFileSetOverwriteMode, std::time_t, bool, std::string,
+                   LoggedMessage>
+      cases[] = {
+          // clang-format off
       {"overwrite", omOverwrite, newer, true, "A", {stSuccess, "1 file copied to " + Path("out")}},
       {"skip", omSkip, older, true, "old", {stSuccess, "0 files copied to " + Path("out")}},
       {"fail", omFail, older, false, "old", {stError, "Error reason: Target file already exists"}},
@@ -82,19 +78,19 @@ TEST_F(FileSetCopyMoveActionTest, ExistingTargetsFollowTheOverwriteMode) {
        {stSuccess, "1 file copied to " + Path("out")}},
       {"older source", omOverwriteIfNewer, newer, true, "old",
        {stSuccess, "0 files copied to " + Path("out")}},
-      // clang-format on
-  };
+          // clang-format on
+      };
   SetWriteTime("src/a.txt", older + 60);
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, mode, target_time, succeeds, content, last] : cases) {
+    SCOPED_TRACE(name);
     host_.messages.clear();
     MakeFile("out/a.txt", "old");
-    SetWriteTime("out/a.txt", c.target_time);
-    Set(action_, "OverwriteMode", int64_t{c.mode});
-    EXPECT_EQ(Run(), c.succeeds);
-    EXPECT_EQ(ReadBytes(Path("out/a.txt")), c.content);
-    EXPECT_EQ(host_.messages.back(), c.last);
-    if (!c.succeeds) {
+    SetWriteTime("out/a.txt", target_time);
+    Set(action_, "OverwriteMode", int64_t{mode});
+    EXPECT_EQ(Run(), succeeds);
+    EXPECT_EQ(ReadBytes(Path("out/a.txt")), content);
+    EXPECT_EQ(host_.messages.back(), last);
+    if (!succeeds) {
       EXPECT_EQ(host_.Texts(stError).front(),
                 "Failed to copy file: " + Path("src/a.txt") + " -> " + Path("out/a.txt"));
     }
@@ -129,11 +125,7 @@ TEST_F(FileSetCopyMoveActionTest, SameFileIsNeverCopiedOntoItself) {
 
 TEST_F(FileSetCopyMoveActionTest, FailuresNameTheirCause) {
   MakeFile("blocked", "a file where the target directory would go");
-  struct Case {
-    const char* name;
-    std::function<void()> prepare;
-    std::vector<std::string> errors;
-  } cases[] = {
+  const std::tuple<const char*, std::function<void()>, std::vector<std::string>> cases[] = {
       {"unknown set",
        [&] { Set(action_, "FileSetName", std::string("Nope")); },
        {"FileSet \"Nope\" not found."}},
@@ -154,13 +146,13 @@ TEST_F(FileSetCopyMoveActionTest, FailuresNameTheirCause) {
        [&] { set_.on_get_files = [&] { action_.TerminateAction(); }; },
        {"Stopped on request"}},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, prepare, errors] : cases) {
+    SCOPED_TRACE(name);
     SetUp();
     host_.messages.clear();
-    c.prepare();
+    prepare();
     EXPECT_FALSE(Run());
-    EXPECT_EQ(host_.Texts(stError), c.errors);
+    EXPECT_EQ(host_.Texts(stError), errors);
     EXPECT_EQ(host_.open_groups, 0);
     set_.refresh_error.clear();
     set_.on_get_files = nullptr;

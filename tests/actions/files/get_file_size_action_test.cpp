@@ -1,5 +1,7 @@
 #include "actions/files/get_file_size_action.h"
 
+#include <tuple>
+
 #include "tests/actions/files/misc_action_fixture.h"
 
 namespace brivant::testing {
@@ -21,12 +23,7 @@ TEST_F(GetFileSizeActionTest, SizeInEachUnit) {
   MakeFile("small", std::string(500, 'x'));
   MakeFile("kilo", std::string(1536, 'x'));
   MakeFile("mega", std::string(1572864, 'x'));
-  struct Case {
-    const char* name;
-    TSizeUnits units;
-    const char* value;
-    const char* logged;
-  } cases[] = {
+  const std::tuple<const char*, TSizeUnits, const char*, const char*> cases[] = {
       {"empty", suBytes, "0", "0 bytes"},
       {"kilo", suBytes, "1536", "1536 bytes"},
       {"kilo", suKB, "1.5", "1.5 KB"},
@@ -36,14 +33,13 @@ TEST_F(GetFileSizeActionTest, SizeInEachUnit) {
       {"mega", suMB, "1.5", "1.5 MB"},
       {"mega", suGB, "0", "0 GB"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.name) + " " + c.logged);
+  for (const auto& [name, units, value, logged] : cases) {
+    SCOPED_TRACE(std::string(name) + " " + logged);
     host_.messages.clear();
-    ASSERT_TRUE(GetSize(c.name, c.units));
-    EXPECT_EQ(host_.VariableText("SIZE"), c.value);
-    EXPECT_EQ(
-        host_.messages,
-        (std::vector<LoggedMessage>{{stSuccess, "Size of " + Path(c.name) + " is " + c.logged}}));
+    ASSERT_TRUE(GetSize(name, units));
+    EXPECT_EQ(host_.VariableText("SIZE"), value);
+    EXPECT_EQ(host_.messages,
+              (std::vector<LoggedMessage>{{stSuccess, "Size of " + Path(name) + " is " + logged}}));
   }
 }
 

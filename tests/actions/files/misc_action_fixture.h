@@ -1,7 +1,7 @@
-// Shared set-up of the tests of the smaller file actions (exists check, move
-// directory, touch, concatenate, disk space, rename, file size, file-set
-// copy/move): a temporary directory, the recording host, property setters by
-// name and helpers that build and describe small trees.
+// Shared set-up of the tests of the smaller file actions (exists check, create, move and
+// delete directory, delete files, touch, concatenate, disk space, rename, file size, file-set
+// copy/move): a temporary directory, the recording host, property setters by name and helpers
+// that build and describe small trees.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -39,7 +39,7 @@ class MiscFileActionTest : public FileActionTest {
     std::sort(lines.begin(), lines.end());
     return lines;
   }
-  std::vector<std::string> Tree(const std::string& name) const { return TreeAt(Path(name)); }
+  std::vector<std::string> Tree(const std::string& name = "") const { return TreeAt(Path(name)); }
 
   // Seconds since the epoch of a local wall-clock time.
   static std::time_t LocalSeconds(int year, int month, int day, int hour, int minute, int second) {

@@ -1,6 +1,7 @@
 #include "actions/files/move_directory_action.h"
 
 #include <cstdlib>
+#include <tuple>
 
 #include "tests/actions/files/misc_action_fixture.h"
 
@@ -40,11 +41,7 @@ TEST_F(MoveDirectoryActionTest, RefusalsLeaveTheSourceAlone) {
   MakeDirectory("taken");
   MakeFile("taken/keep.txt", "K");
   MakeFile("plain.txt", "P");
-  struct Case {
-    std::string source;
-    std::string target;
-    std::vector<std::string> errors;
-  } cases[] = {
+  const std::tuple<std::string, std::string, std::vector<std::string>> cases[] = {
       // clang-format off
       {Path("none"), Path("dst"), {"Source directory does not exist: " + Path("none")}},
       {Path("src"), Path("taken"), {"Target directory already exists: " + Path("taken")}},
@@ -59,11 +56,11 @@ TEST_F(MoveDirectoryActionTest, RefusalsLeaveTheSourceAlone) {
         "Error reason: No such file or directory"}},
       // clang-format on
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.target);
+  for (const auto& [source, target, errors] : cases) {
+    SCOPED_TRACE(target);
     host_.messages.clear();
-    EXPECT_FALSE(Move(c.source, c.target));
-    EXPECT_EQ(host_.Texts(stError), c.errors);
+    EXPECT_FALSE(Move(source, target));
+    EXPECT_EQ(host_.Texts(stError), errors);
     EXPECT_EQ(Tree("src"), source_tree_);
   }
   EXPECT_EQ(Tree("taken"), std::vector<std::string>{"keep.txt=K"});

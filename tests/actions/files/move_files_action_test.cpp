@@ -1,5 +1,7 @@
 #include "actions/files/move_files_action.h"
 
+#include <tuple>
+
 #include "tests/actions/files/file_action_fixture.h"
 
 namespace brivant::testing {
@@ -55,33 +57,29 @@ TEST_F(MoveFilesActionTest, MoveOntoItselfCountsAsMoved) {
 }
 
 TEST_F(MoveFilesActionTest, ExistingTargets) {
-  struct Case {
-    const char* name;
-    std::vector<std::pair<const char*, PropertyValue>> settings;
-    bool target_read_only;
-    bool succeeds;
-    const char* target_after;
-    bool source_left;
-  } cases[] = {
-      // clang-format off
+  const std::tuple<const char*, std::vector<std::pair<const char*, PropertyValue>>, bool, bool,
+                   const char*, bool>
+      cases[] = {
+          // clang-format off
       {"replaced", {}, false, true, "new", false},
       {"kept when not overwriting", {{"Overwrite", false}, {"FailIfZeroFiles", false}}, false, true,
        "old", true},
       {"read-only kept", {}, true, false, "old", true},
       {"read-only replaced", {{"OverwriteReadOnly", true}}, true, true, "new", false},
-      // clang-format on
-  };
+          // clang-format on
+      };
   int number = 0;
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, settings, target_read_only, succeeds, target_after, source_left] :
+       cases) {
+    SCOPED_TRACE(name);
     const std::string dir = "case" + std::to_string(number++);
     MakeFile(dir + "/src/f.txt", "new");
     MakeFile(dir + "/out/f.txt", "old");
-    if (c.target_read_only) MakeReadOnly(dir + "/out/f.txt");
+    if (target_read_only) MakeReadOnly(dir + "/out/f.txt");
     TestHost host;
-    EXPECT_EQ(Move(host, dir + "/src/f.txt", dir + "/out/f.txt", c.settings), c.succeeds);
-    EXPECT_EQ(ReadBytes(Path(dir + "/out/f.txt")), c.target_after);
-    EXPECT_EQ(Exists(dir + "/src/f.txt"), c.source_left);
+    EXPECT_EQ(Move(host, dir + "/src/f.txt", dir + "/out/f.txt", settings), succeeds);
+    EXPECT_EQ(ReadBytes(Path(dir + "/out/f.txt")), target_after);
+    EXPECT_EQ(Exists(dir + "/src/f.txt"), source_left);
   }
 }
 

@@ -1,5 +1,7 @@
 #include "actions/files/rename_dir_action.h"
 
+#include <tuple>
+
 #include "tests/actions/files/misc_action_fixture.h"
 
 namespace brivant::testing {
@@ -24,14 +26,11 @@ class RenameDirActionTest : public MiscFileActionTest {
 };
 
 TEST_F(RenameDirActionTest, BareNameRenamesInPlaceAndPathMoves) {
-  struct Case {
-    std::string old_name;  // below the case's own directory
-    std::string new_name;  // "@/" stands for the case's own directory
-    const char* kind;
-    std::string new_path;
-    std::vector<std::string> tree;
-  } cases[] = {
-      // clang-format off
+  // old_name: below the case's own directory
+  // name_given: "@/" stands for the case's own directory
+  const std::tuple<std::string, std::string, const char*, std::string, std::vector<std::string>>
+      cases[] = {
+          // clang-format off
       {"a.txt", "b.txt", "file", "b.txt",
        {"b.txt=A", "dir/", "dir/inner.txt=I", "link->a.txt", "other/"}},
       {"dir/", " renamed ", "directory", "renamed",
@@ -41,37 +40,33 @@ TEST_F(RenameDirActionTest, BareNameRenamesInPlaceAndPathMoves) {
       // The link itself is renamed, not the file it points to.
       {"link", "alias", "file", "alias",
        {"a.txt=A", "alias->a.txt", "dir/", "dir/inner.txt=I", "other/"}},
-      // clang-format on
-  };
+          // clang-format on
+      };
   int number = 0;
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.old_name + " -> " + c.new_name);
+  for (const auto& [old_name, name_given, kind, new_path_below, tree] : cases) {
+    SCOPED_TRACE(old_name + " -> " + name_given);
     std::string root = "case" + std::to_string(++number) + "/";
     BuildTree(root);
     std::string new_name =
-        c.new_name.rfind("@/", 0) == 0 ? Path(root + c.new_name.substr(2)) : c.new_name;
+        name_given.rfind("@/", 0) == 0 ? Path(root + name_given.substr(2)) : name_given;
     host_.messages.clear();
-    ASSERT_TRUE(Rename(Path(root + c.old_name), new_name));
-    EXPECT_EQ(Tree(root), c.tree);
-    std::string old_path = Path(root + c.old_name);
+    ASSERT_TRUE(Rename(Path(root + old_name), new_name));
+    EXPECT_EQ(Tree(root), tree);
+    std::string old_path = Path(root + old_name);
     if (old_path.back() == '/') old_path.pop_back();
-    std::string new_path = Path(root + c.new_path);
+    std::string new_path = Path(root + new_path_below);
     EXPECT_EQ(
         host_.messages,
         (std::vector<LoggedMessage>{
-            {stInfo, "Renaming " + std::string(c.kind) + " " + old_path + " to " + new_path},
-            {stSuccess, "Renamed " + std::string(c.kind) + " " + old_path + " to " + new_path}}));
+            {stInfo, "Renaming " + std::string(kind) + " " + old_path + " to " + new_path},
+            {stSuccess, "Renamed " + std::string(kind) + " " + old_path + " to " + new_path}}));
   }
 }
 
 TEST_F(RenameDirActionTest, FailsClearlyAndChangesNothing) {
   MakeFile("b.txt", "B");
   MakeDirectory("empty");
-  struct Case {
-    std::string old_name;
-    std::string new_name;
-    std::vector<std::string> errors;
-  } cases[] = {
+  const std::tuple<std::string, std::string, std::vector<std::string>> cases[] = {
       // clang-format off
       {Path("none"), "x", {"File or directory not found: " + Path("none")}},
       {Path("a.txt"), "b.txt",
@@ -86,11 +81,11 @@ TEST_F(RenameDirActionTest, FailsClearlyAndChangesNothing) {
       // clang-format on
   };
   std::vector<std::string> before = Tree("");
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.old_name + " -> " + c.new_name);
+  for (const auto& [old_name, new_name, errors] : cases) {
+    SCOPED_TRACE(old_name + " -> " + new_name);
     host_.messages.clear();
-    EXPECT_FALSE(Rename(c.old_name, c.new_name));
-    EXPECT_EQ(host_.Texts(stError), c.errors);
+    EXPECT_FALSE(Rename(old_name, new_name));
+    EXPECT_EQ(host_.Texts(stError), errors);
     EXPECT_EQ(Tree(""), before);
   }
 }

@@ -1,5 +1,7 @@
 #include "actions/files/set_file_attributes_action.h"
 
+#include <tuple>
+
 #include "platform/file_attributes.h"
 #include "tests/actions/files/file_action_fixture.h"
 #include "tests/support/listed_file_set.h"
@@ -32,10 +34,7 @@ class SetFileAttributesActionTest : public FileActionTest {
 };
 
 TEST_F(SetFileAttributesActionTest, SetsAndClearsEachAttributeAlone) {
-  struct Case {
-    const char* property;
-    uint32_t bit;
-  } cases[] = {
+  const std::tuple<const char*, uint32_t> cases[] = {
       {"ReadOnly", platform::kFileAttributeReadOnly},
       {"Archive", platform::kFileAttributeArchive},
       {"SystemFile", platform::kFileAttributeSystem},
@@ -44,37 +43,26 @@ TEST_F(SetFileAttributesActionTest, SetsAndClearsEachAttributeAlone) {
   // Every other attribute is set beforehand and must stay set.
   const uint32_t all = platform::kFileAttributeReadOnly | platform::kFileAttributeArchive |
                        platform::kFileAttributeSystem | platform::kFileAttributeHidden;
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.property);
-    const std::string others = std::string(c.property) + "-others.txt";
+  for (const auto& [property, bit] : cases) {
+    SCOPED_TRACE(property);
+    const std::string others = std::string(property) + "-others.txt";
     MakeFile(others);
-    SetAttributes(others, all & ~c.bit);
-    const std::string alone = std::string(c.property) + "-alone.txt";
+    SetAttributes(others, all & ~bit);
+    const std::string alone = std::string(property) + "-alone.txt";
     MakeFile(alone);
 
     for (const std::string& name : {others, alone}) {
       TestHost host;
       TSetFileAttributesAction action;
-      Configure(action, name, c.property, TAttributeSetting::asSet);
+      Configure(action, name, property, TAttributeSetting::asSet);
       ASSERT_TRUE(host.Run(action));
-      EXPECT_EQ(Attributes(name), name == others ? all : c.bit);
+      EXPECT_EQ(Attributes(name), name == others ? all : bit);
 
-      Set(action, c.property, Ordinal(TAttributeSetting::asClear));
+      Set(action, property, Ordinal(TAttributeSetting::asClear));
       ASSERT_TRUE(host.Run(action));
-      EXPECT_EQ(Attributes(name), name == others ? all & ~c.bit : platform::kFileAttributeNormal);
+      EXPECT_EQ(Attributes(name), name == others ? all & ~bit : platform::kFileAttributeNormal);
     }
   }
-}
-
-TEST_F(SetFileAttributesActionTest, ReadOnlyIsTheOwnersWriteBit) {
-  MakeFile("f.txt");
-  TSetFileAttributesAction action;
-  Configure(action, "f.txt", "ReadOnly", TAttributeSetting::asSet);
-  ASSERT_TRUE(host_.Run(action));
-  EXPECT_FALSE(IsOwnerWritable("f.txt"));
-  Set(action, "ReadOnly", Ordinal(TAttributeSetting::asClear));
-  ASSERT_TRUE(host_.Run(action));
-  EXPECT_TRUE(IsOwnerWritable("f.txt"));
 }
 
 TEST_F(SetFileAttributesActionTest, SeveralSettingsInOneRun) {
@@ -141,50 +129,31 @@ TEST_F(SetFileAttributesActionTest, FirstFailingFileEndsTheWalk) {
 
 TEST_F(SetFileAttributesActionTest, NothingFound) {
   MakeFile("dir/a.txt");
-  struct Case {
-    const char* name;
-    const char* spec;
-    bool fail_if_not_found;
-  } cases[] = {
+  const std::tuple<const char*, const char*, bool> cases[] = {
       {"no match", "dir/*.none", true},
       {"no match allowed", "dir/*.none", false},
       {"missing file", "dir/b.txt", true},
       {"a directory is no file", "dir", true},
       {"a directory is no file, allowed", "dir", false},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, spec, fail_if_not_found] : cases) {
+    SCOPED_TRACE(name);
     TestHost host;
     TSetFileAttributesAction action;
-    Configure(action, c.spec);
-    Set(action, "FailIfFileNotFound", c.fail_if_not_found);
-    EXPECT_EQ(host.Run(action), !c.fail_if_not_found);
-    std::vector<LoggedMessage> expected{{stInfo, "File spec: " + Path(c.spec)},
+    Configure(action, spec);
+    Set(action, "FailIfFileNotFound", fail_if_not_found);
+    EXPECT_EQ(host.Run(action), !fail_if_not_found);
+    std::vector<LoggedMessage> expected{{stInfo, "File spec: " + Path(spec)},
                                         {stError, "No files were found matching the file spec."}};
-    if (!c.fail_if_not_found) expected.push_back({stSuccess, kSucceeded});
+    if (!fail_if_not_found) expected.push_back({stSuccess, kSucceeded});
     EXPECT_EQ(host.messages, expected);
   }
   EXPECT_EQ(Attributes("dir/a.txt"), platform::kFileAttributeNormal);
 }
 
-TEST_F(SetFileAttributesActionTest, QuotedFileSpecWithBlanks) {
-  MakeFile("with blank/a b.txt");
-  TSetFileAttributesAction action;
-  Set(action, "FileSpec", "\"" + Path("with blank/*.txt") + "\"");
-  Set(action, "SystemFile", Ordinal(TAttributeSetting::asSet));
-  ASSERT_TRUE(host_.Run(action));
-  EXPECT_EQ(Attributes("with blank/a b.txt"), platform::kFileAttributeSystem);
-  EXPECT_EQ(host_.messages.front().text, "File spec: " + Path("with blank/*.txt"));
-}
-
 TEST_F(SetFileAttributesActionTest, RunsThatFailBeforeTouchingFiles) {
   MakeFile("f.txt");
-  struct Case {
-    const char* name;
-    std::string spec;
-    bool any_setting;
-    std::vector<LoggedMessage> messages;
-  } cases[] = {
+  const std::tuple<const char*, std::string, bool, std::vector<LoggedMessage>> cases[] = {
       // clang-format off
       {"no setting", Path("f.txt"), false, {{stError, "No attributes were specified to change."}}},
       {"undefined variable", "%UNDEFINED_IN_ATTRIBUTE_TEST%/f.txt", true,
@@ -194,15 +163,15 @@ TEST_F(SetFileAttributesActionTest, RunsThatFailBeforeTouchingFiles) {
       {"only quotes", "\"\"", true, {{stError, "No file spec was specified."}}},
       // clang-format on
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, spec, any_setting, messages] : cases) {
+    SCOPED_TRACE(name);
     TestHost host;
     host.Define("EMPTY", Variant(std::string()));
     TSetFileAttributesAction action;
-    Set(action, "FileSpec", c.spec);
-    if (c.any_setting) Set(action, "Hidden", Ordinal(TAttributeSetting::asSet));
+    Set(action, "FileSpec", spec);
+    if (any_setting) Set(action, "Hidden", Ordinal(TAttributeSetting::asSet));
     EXPECT_FALSE(host.Run(action));
-    EXPECT_EQ(host.messages, c.messages);
+    EXPECT_EQ(host.messages, messages);
   }
   EXPECT_EQ(Attributes("f.txt"), platform::kFileAttributeNormal);
 }
@@ -244,12 +213,8 @@ TEST_F(SetFileAttributesActionTest, MissingFileSetRaisesForTheHost) {
   Set(action, "UseFileSet", true);
   Set(action, "FileSetName", std::string("Nope"));
   Set(action, "Archive", Ordinal(TAttributeSetting::asSet));
-  try {
-    host_.Run(action);
-    ADD_FAILURE() << "no exception";
-  } catch (const EFileAttributeException& e) {
-    EXPECT_STREQ(e.what(), "FileSet \"Nope\" not found.");
-  }
+  EXPECT_EQ(MessageOf<EFileAttributeException>([&] { host_.Run(action); }),
+            "FileSet \"Nope\" not found.");
   EXPECT_EQ(host_.messages, std::vector<LoggedMessage>{});
 }
 

@@ -1,6 +1,7 @@
 #include "actions/files/touch_files_action.h"
 
 #include <chrono>
+#include <tuple>
 
 #include "tests/actions/files/misc_action_fixture.h"
 
@@ -45,23 +46,19 @@ TEST_F(TouchFilesActionTest, SetsTheGivenTimeOnEveryMatchBelow) {
 }
 
 TEST_F(TouchFilesActionTest, ReadsTheDateForms) {
-  struct Case {
-    const char* text;
-    const char* logged;
-    std::time_t expected;
-  } cases[] = {
+  const std::tuple<const char*, const char*, std::time_t> cases[] = {
       {"2009-03-05", "2009-03-05 00:00:00", LocalSeconds(2009, 3, 5, 0, 0, 0)},
       {"2009-3-5 7:05", "2009-03-05 07:05:00", LocalSeconds(2009, 3, 5, 7, 5, 0)},
       {"2009-03-05T14:30:09", "2009-03-05 14:30:09", LocalSeconds(2009, 3, 5, 14, 30, 9)},
       {"  2012-02-29   23:59:59 ", "2012-02-29 23:59:59", LocalSeconds(2012, 2, 29, 23, 59, 59)},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.text);
+  for (const auto& [text, logged, expected] : cases) {
+    SCOPED_TRACE(text);
     host_.messages.clear();
-    ASSERT_TRUE(Touch(Path("a.txt"), c.text));
+    ASSERT_TRUE(Touch(Path("a.txt"), text));
     EXPECT_EQ(host_.messages.front().text,
-              "Touching files: " + Path("a.txt") + " (" + c.logged + ")");
-    EXPECT_EQ(WriteTimeOf("a.txt"), c.expected);
+              "Touching files: " + Path("a.txt") + " (" + logged + ")");
+    EXPECT_EQ(WriteTimeOf("a.txt"), expected);
   }
 }
 

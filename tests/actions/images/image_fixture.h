@@ -12,13 +12,12 @@
 #include <vector>
 
 #include "package/custom_bv_action.h"
-#include "package/property_table.h"
+#include "tests/support/action_test.h"
 #include "tests/support/listed_file_set.h"
-#include "tests/support/test_host.h"
 
 namespace brivant::testing {
 
-class ImageActionTest : public ::testing::Test {
+class ImageActionTest : public ActionTest {
  protected:
   static void SetUpTestSuite() {
     ASSERT_EQ(vips_init("tests"), 0);
@@ -29,17 +28,8 @@ class ImageActionTest : public ::testing::Test {
   // Sets properties from their project-file texts.
   static void Configure(TCustomBVAction& action,
                         const std::vector<std::pair<std::string, std::string>>& values) {
-    for (const auto& [name, text] : values) {
-      const PropertyInfo* info = action.GetPropertyTable().Find(name);
-      ASSERT_NE(info, nullptr) << name;
-      PropertyValue value;
-      std::string error;
-      ASSERT_TRUE(ParsePropertyValue(*info, text, &value, &error)) << error;
-      SetProperty(action, *info, value);
-    }
+    for (const auto& [name, text] : values) SetText(action, name, text);
   }
-
-  std::string Path(const std::string& name) const { return dir_.Join(name); }
 
   // Writes a width x height image of red, green, blue and white quadrants
   // (top left, top right, bottom left, bottom right), in the format the
@@ -96,15 +86,22 @@ class ImageActionTest : public ::testing::Test {
     return found == kLetters.end() ? '?' : found->second;
   }
 
+  // A truncated JPEG, one that claims 60000 x 60000 pixels and plain text
+  // named .jpg.
+  std::vector<std::string> MakeBadJpegs() const {
+    std::string truncated = MakeQuadrants("truncated.jpg", 640, 480);
+    WriteBytes(truncated, ReadBytes(truncated).substr(0, 2000));
+    std::string bomb = MakeQuadrants("bomb.jpg");
+    Patch(bomb, ReadBytes(bomb).find("\xFF\xC0") + 5, "\xEA\x60\xEA\x60");
+    WriteBytes(Path("text.jpg"), "just some text\n");
+    return {truncated, bomb, Path("text.jpg")};
+  }
   // Overwrites bytes of a file at `offset`.
   static void Patch(const std::string& path, size_t offset, const std::string& bytes) {
     std::string content = ReadBytes(path);
     content.replace(offset, bytes.size(), bytes);
     WriteBytes(path, content);
   }
-
-  ScopedTempDir dir_;
-  TestHost host_;
 };
 
 }  // namespace brivant::testing

@@ -1,5 +1,7 @@
 #include "actions/images/images_action.h"
 
+#include <tuple>
+
 #include "tests/actions/images/image_fixture.h"
 
 namespace brivant::testing {
@@ -22,11 +24,8 @@ class ImagesActionTest : public ImageActionTest {
 };
 
 TEST_F(ImagesActionTest, EachOperationMovesTheQuadrantsWhereItShould) {
-  struct Row {
-    Settings settings;
-    const char* expected;
-  } rows[] = {
-      {{}, "RGBW@64x48"},
+  const std::tuple<Settings, const char*> rows[] = {
+      {Settings{}, "RGBW@64x48"},
       {{{"MirrorImage", "True"}}, "GRWB@64x48"},
       {{{"FlipImage", "True"}}, "BWRG@64x48"},
       {{{"RotateImage", "Rotate90"}}, "BRWG@48x64"},
@@ -37,12 +36,12 @@ TEST_F(ImagesActionTest, EachOperationMovesTheQuadrantsWhereItShould) {
       {{{"MirrorImage", "True"}, {"RotateImage", "Rotate90"}}, "WGBR@48x64"},
   };
   std::string input = MakeQuadrants("in.png");
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.expected);
+  for (const auto& [settings, expected] : rows) {
+    SCOPED_TRACE(expected);
     std::filesystem::remove_all(Path("out"));
-    std::string output = RunOne(input, row.settings);
+    std::string output = RunOne(input, settings);
     ASSERT_TRUE(result_);
-    EXPECT_EQ(Describe(output), row.expected);
+    EXPECT_EQ(Describe(output), expected);
   }
   EXPECT_EQ(Describe(input), "RGBW@64x48");
 }
@@ -67,11 +66,8 @@ TEST_F(ImagesActionTest, FreeRotationTurnsClockwiseOnAnEnlargedCanvas) {
 }
 
 TEST_F(ImagesActionTest, ResizeFollowsTheConditionAndTheAspectRatio) {
-  struct Row {
-    Settings settings;
-    const char* size;
-    const char* info;  // the line that says why nothing changed
-  } rows[] = {
+  // info: the line that says why nothing changed
+  const std::tuple<Settings, const char*, const char*> rows[] = {
       {{{"ResizeImage", "PixelResize"}, {"ResizeWhen", "ResizeWhenTooBig"}},
        "400x300",
        "Image not resized because it's already small enough"},
@@ -99,38 +95,34 @@ TEST_F(ImagesActionTest, ResizeFollowsTheConditionAndTheAspectRatio) {
        ""},
   };
   std::string input = MakeQuadrants("in.png", 400, 300);
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.size);
+  for (const auto& [settings, size, info] : rows) {
+    SCOPED_TRACE(size);
     host_.messages.clear();
     std::filesystem::remove_all(Path("out"));
-    std::string output = RunOne(input, row.settings);
+    std::string output = RunOne(input, settings);
     ASSERT_TRUE(result_);
-    EXPECT_EQ(Describe(output), std::string("RGBW@") + row.size);
+    EXPECT_EQ(Describe(output), std::string("RGBW@") + size);
     std::vector<std::string> infos = host_.Texts(stInfo);
-    EXPECT_EQ(std::count(infos.begin(), infos.end(), row.info), *row.info ? 1 : 0);
+    EXPECT_EQ(std::count(infos.begin(), infos.end(), info), *info ? 1 : 0);
   }
 }
 
 TEST_F(ImagesActionTest, EveryOutputFormatIsReadableWithItsSizeAndExtension) {
-  struct Row {
-    const char* input;
-    const char* format;
-    const char* output;
-  } rows[] = {
+  const std::tuple<const char*, const char*, const char*> rows[] = {
       {"a.png", "ofGIF", "out/a.gif"},      {"b.png", "ofJPG", "out/b.jpg"},
       {"c.png", "ofBMP", "out/c.bmp"},      {"d.jpg", "ofPNG", "out/d.png"},
       {"e.png", "ofPDF", "out/e.pdf"},      {"f.png", "ofTIF", "out/f.tiff"},
       {"g.gif", "ofNoChange", "out/g.gif"}, {"h.bmp", "ofNoChange", "out/h.bmp"},
       {"i.tif", "ofNoChange", "out/i.tif"},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.output);
+  for (const auto& [input, format, output] : rows) {
+    SCOPED_TRACE(output);
     TBVImagesAction action;
-    Configure(action, {{"InputFilename", MakeQuadrants(row.input)},
+    Configure(action, {{"InputFilename", MakeQuadrants(input)},
                        {"OutputDir", Path("out")},
-                       {"OutputFormat", row.format}});
+                       {"OutputFormat", format}});
     ASSERT_TRUE(host_.Run(action));
-    EXPECT_EQ(Describe(Path(row.output)), "RGBW@64x48");
+    EXPECT_EQ(Describe(Path(output)), "RGBW@64x48");
   }
 }
 
@@ -206,15 +198,10 @@ TEST_F(ImagesActionTest, EmptyOutputDirectoryIsRefused) {
 
 // Damaged files fail with a line that names them and stay as they were.
 TEST_F(ImagesActionTest, BadInputIsReportedAndLeftUntouched) {
-  std::string truncated = MakeQuadrants("truncated.jpg", 640, 480);
-  WriteBytes(truncated, ReadBytes(truncated).substr(0, 2000));
-  std::string bad_chunk = MakeQuadrants("chunk.png");
-  Patch(bad_chunk, ReadBytes(bad_chunk).find("IDAT") + 6, "\x55\xAA");
-  std::string bomb = MakeQuadrants("bomb.jpg");
-  Patch(bomb, ReadBytes(bomb).find("\xFF\xC0") + 5, "\xEA\x60\xEA\x60");  // 60000 x 60000
-  std::string text = Path("text.jpg");
-  WriteBytes(text, "just some text\n");
-  for (const std::string& input : {truncated, bad_chunk, bomb, text}) {
+  std::vector<std::string> inputs = MakeBadJpegs();
+  inputs.push_back(MakeQuadrants("chunk.png"));
+  Patch(inputs.back(), ReadBytes(inputs.back()).find("IDAT") + 6, "\x55\xAA");
+  for (const std::string& input : inputs) {
     SCOPED_TRACE(input);
     std::string before = ReadBytes(input);
     host_.messages.clear();

@@ -25,10 +25,7 @@ class JpegLosslessTransformActionTest : public ImageActionTest {
 };
 
 TEST_F(JpegLosslessTransformActionTest, AutoTransformUndoesEachOrientationOnce) {
-  struct Row {
-    const char* expected;
-    const char* text;
-  } rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {"RGBW@64x48", "top left side - no rotation necessary"},
       {"GRWB@64x48", "top right side - flip horizontal"},
       {"WBGR@64x48", "bottom right side - rotate 180\u00b0"},
@@ -40,13 +37,12 @@ TEST_F(JpegLosslessTransformActionTest, AutoTransformUndoesEachOrientationOnce) 
   };
   for (int orientation = 1; orientation <= 8; ++orientation) {
     SCOPED_TRACE(orientation);
-    const Row& row = rows[orientation - 1];
+    const auto& [expected, text] = rows[orientation - 1];
     std::string input = MakeQuadrants("o.jpg", 64, 48, orientation);
     ASSERT_TRUE(Transform(input, "jptExifAuto"));
-    EXPECT_EQ(host_.Texts(stSuccess),
-              std::vector<std::string>{"Processed image: " + input +
-                                       ", Auto EXIF transform: " + row.text});
-    EXPECT_EQ(Describe(input), row.expected);
+    EXPECT_EQ(host_.Texts(stSuccess), std::vector<std::string>{"Processed image: " + input +
+                                                               ", Auto EXIF transform: " + text});
+    EXPECT_EQ(Describe(input), expected);
     EXPECT_EQ(Orientation(input), 1);
     // A second run finds orientation 1 and leaves the file as it is.
     std::string once = ReadBytes(input);
@@ -113,30 +109,22 @@ std::string LoopingExif() {
 }
 
 TEST_F(JpegLosslessTransformActionTest, BadInputIsReportedAndLeftUntouched) {
-  std::string truncated = MakeQuadrants("truncated.jpg", 640, 480);
-  WriteBytes(truncated, ReadBytes(truncated).substr(0, 2000));
-  std::string bomb = MakeQuadrants("bomb.jpg");
-  Patch(bomb, ReadBytes(bomb).find("\xFF\xC0") + 5, "\xEA\x60\xEA\x60");
-  std::string text = Path("text.jpg");
-  WriteBytes(text, "just some text\n");
+  const std::vector<std::string> bad = MakeBadJpegs();
   std::string looping = MakeQuadrants("looping.jpg");
   WriteBytes(looping, "\xFF\xD8" + LoopingExif() + ReadBytes(looping).substr(2));
-  struct Row {
-    std::string input;
-    const char* transform;
-  } rows[] = {{truncated, "jptRotate90"},
-              {bomb, "jptRotate90"},
-              {text, "jptExifAuto"},
-              {looping, "jptExifAuto"}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.input);
-    std::string before = ReadBytes(row.input);
-    EXPECT_FALSE(Transform(row.input, row.transform));
+  const std::pair<std::string, const char*> rows[] = {{bad[0], "jptRotate90"},
+                                                      {bad[1], "jptRotate90"},
+                                                      {bad[2], "jptExifAuto"},
+                                                      {looping, "jptExifAuto"}};
+  for (const auto& [input, transform] : rows) {
+    SCOPED_TRACE(input);
+    std::string before = ReadBytes(input);
+    EXPECT_FALSE(Transform(input, transform));
     std::vector<std::string> errors = host_.Texts(stError);
     ASSERT_EQ(errors.size(), 2u);
-    EXPECT_EQ(errors[0], "Error transforming image file: " + row.input);
+    EXPECT_EQ(errors[0], "Error transforming image file: " + input);
     EXPECT_FALSE(errors[1].empty());
-    EXPECT_EQ(ReadBytes(row.input), before);
+    EXPECT_EQ(ReadBytes(input), before);
   }
 }
 

@@ -1,6 +1,7 @@
 #include "actions/iterators/file_iterator.h"
 
 #include <filesystem>
+#include <tuple>
 
 #include "host/file_set.h"
 #include "host/project.h"
@@ -19,12 +20,7 @@ class FileIteratorTest : public IteratorTest {
   }
   // The message the loop fails with.
   std::string FailureOf() {
-    try {
-      RunLoop(iterator_);
-    } catch (const EIteratorException& e) {
-      return e.what();
-    }
-    return "<no EIteratorException>";
+    return MessageOf<EIteratorException>([&] { RunLoop(iterator_); });
   }
 
   TFileIterator iterator_;
@@ -62,29 +58,22 @@ TEST_F(FileIteratorTest, HiddenAndSystemFilesOnlyWithFindAnyFile) {
           platform::SetFileAttributes(Path("d/sys.txt"), platform::kFileAttributeSystem)) {
     GTEST_SKIP() << "no extended attributes here: " << error.Describe();
   }
-  struct Case {
-    bool find_any_file;
-    std::vector<std::string> expected;
-  } cases[] = {
+  const std::tuple<bool, std::vector<std::string>> cases[] = {
       {false, {"d/normal.txt", "d/plain/in.txt"}},
       {true, {"d/.hidden", "d/normal.txt", "d/sys.txt", "d/.hd/in.txt", "d/plain/in.txt"}},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.find_any_file ? "FindAnyFile" : "normal files");
+  for (const auto& [find_any_file, expected] : cases) {
+    SCOPED_TRACE(find_any_file ? "FindAnyFile" : "normal files");
     iterator_.SetRecurse(true);
-    Set(iterator_, "FindAnyFile", c.find_any_file);
-    EXPECT_EQ(Iterate(Path("d") + "/*"), Paths(c.expected));
+    Set(iterator_, "FindAnyFile", find_any_file);
+    EXPECT_EQ(Iterate(Path("d") + "/*"), Paths(expected));
   }
 }
 
 TEST_F(FileIteratorTest, StrictExtensionMatchKeepsExactExtensionsOnly) {
   for (const char* name : {"d/a.htm", "d/b.html", "d/report", "d/report.txt", "d/report.TXT.bak"})
     MakeFile(name);
-  struct Case {
-    const char* mask;
-    bool strict;
-    std::vector<std::string> expected;
-  } cases[] = {
+  const std::tuple<const char*, bool, std::vector<std::string>> cases[] = {
       // Linux keeps no short names, so ".htm" never reaches ".html" here.
       {"*.htm", false, {"d/a.htm"}},
       {"*.htm", true, {"d/a.htm"}},
@@ -93,10 +82,10 @@ TEST_F(FileIteratorTest, StrictExtensionMatchKeepsExactExtensionsOnly) {
       {"report*", true, {"d/report"}},
       {"*.bak", true, {"d/report.TXT.bak"}},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.mask) + (c.strict ? " strict" : ""));
-    Set(iterator_, "StrictExtensionMatch", c.strict);
-    EXPECT_EQ(Iterate(Path("d/") + c.mask), Paths(c.expected));
+  for (const auto& [mask, strict, expected] : cases) {
+    SCOPED_TRACE(std::string(mask) + (strict ? " strict" : ""));
+    Set(iterator_, "StrictExtensionMatch", strict);
+    EXPECT_EQ(Iterate(Path("d/") + mask), Paths(expected));
   }
 }
 
@@ -113,35 +102,28 @@ TEST_F(FileIteratorTest, BareNamesWithoutPathsAndEnclosingQuotesRemoved) {
   EXPECT_TRUE(iterator_.GetIncludeFilePath()) << "Recurse on turns IncludeFilePath on";
 }
 
-TEST_F(FileIteratorTest, NothingFoundIsAnEmptyLoopNotAFailure) {
+TEST_F(FileIteratorTest, NothingFoundIsAnEmptyLoopButAFailedListFails) {
   bool executed = false;
   Set(iterator_, "FileSpec", Path("missing/*.txt"));
   EXPECT_EQ(RunLoop(iterator_, {}, &executed), std::vector<std::string>{});
   EXPECT_TRUE(executed);
   EXPECT_EQ(host_.Texts(stInfo),
             (std::vector<std::string>{"Searching for Files...", "Found 0 Files."}));
-}
 
-TEST_F(FileIteratorTest, ListFailuresNameWhatFailed) {
   std::filesystem::create_symlink("loop", Path("loop"));
-  struct Case {
-    const char* name;
-    bool use_file_set;
-    std::string file_spec;
-    std::string message;
-  } cases[] = {
+  const std::tuple<const char*, bool, std::string, std::string> cases[] = {
       {"unknown variable", false, "%NOPE%/*.txt",
        "Error Setting File Spec : Variable \"NOPE\" is not defined"},
       {"directory is a link loop", false, Path("loop/*.txt"),
        "Error while searching for files : " + Path("loop") + ": Too many levels of symbolic links"},
       {"no such file set", true, "", "FileSet \"Sources\" not found."},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    Set(iterator_, "UseFileSet", c.use_file_set);
+  for (const auto& [name, use_file_set, file_spec, message] : cases) {
+    SCOPED_TRACE(name);
+    Set(iterator_, "UseFileSet", use_file_set);
     Set(iterator_, "FileSetName", std::string("Sources"));
-    Set(iterator_, "FileSpec", c.file_spec);
-    EXPECT_EQ(FailureOf(), c.message);
+    Set(iterator_, "FileSpec", file_spec);
+    EXPECT_EQ(FailureOf(), message);
   }
 }
 
@@ -222,15 +204,13 @@ TEST_F(FileSetIteratorTest, WithoutRefreshTheFirstListHolds) {
   EXPECT_EQ(host_.Texts(stInfo).front(), "a.txt\nb.txt\nc.txt\nd.txt");
 }
 
-TEST_F(FileSetIteratorTest, StopWhileTheSetIsReadEndsWithoutRunningTheLoop) {
+TEST_F(FileSetIteratorTest, AStopOrAnUnreadableSetEndsTheLoopUnrun) {
   StopOnMessageHost host(iterator_, "Refreshing fileset...");
   host.AddProjectObject("FileSetObject", "Sources", file_set_.get());
   iterator_.AttachHost(&host);
   EXPECT_FALSE(iterator_.Execute());
   EXPECT_EQ(host.events, std::vector<std::string>{"stInfo: Refreshing fileset..."});
-}
 
-TEST_F(FileSetIteratorTest, AFileSetThatCannotBeReadFailsTheLoop) {
   std::filesystem::rename(Path("src"), Path("gone"));
   std::string message = FailureOf();
   EXPECT_EQ(message.rfind("Error while evaluating fileset : file set 'Sources': ", 0), 0u)

@@ -1,5 +1,7 @@
 #include "actions/iterators/folder_iterator.h"
 
+#include <tuple>
+
 #include "package/exceptions.h"
 #include "tests/actions/iterators/iterator_fixture.h"
 
@@ -32,25 +34,19 @@ TEST_F(FolderIteratorTest, RecursiveListIsInPreOrder) {
 }
 
 TEST_F(FolderIteratorTest, OptionsChooseNamesDepthAndHiddenFolders) {
-  struct Case {
-    const char* name;
-    bool recurse;
-    bool include_path;
-    bool hidden;
-    std::vector<std::string> expected;
-  } cases[] = {
+  const std::tuple<const char*, bool, bool, bool, std::vector<std::string>> cases[] = {
       {"top level", false, true, false, Paths({"root/A", "root/A2", "root/Z"})},
       {"bare names", true, false, false, {"A", "A2", "Z"}},
       {"hidden", true, true, true,
        Paths({"root/.hidden", "root/.hidden/inner", "root/A", "root/A/B", "root/A/B/C", "root/A/B2",
               "root/A2", "root/Z"})},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    Set(iterator_, "Recurse", c.recurse);
-    Set(iterator_, "IncludeFolderPath", c.include_path);
-    Set(iterator_, "IncludeHiddenSystem", c.hidden);
-    EXPECT_EQ(RunLoop(iterator_), c.expected);
+  for (const auto& [name, recurse, include_path, hidden, expected] : cases) {
+    SCOPED_TRACE(name);
+    Set(iterator_, "Recurse", recurse);
+    Set(iterator_, "IncludeFolderPath", include_path);
+    Set(iterator_, "IncludeHiddenSystem", hidden);
+    EXPECT_EQ(RunLoop(iterator_), expected);
   }
 }
 
@@ -66,12 +62,7 @@ TEST_F(FolderIteratorTest, StopFailsTheLoopInsteadOfRunningAPartialList) {
   Set(iterator_, "Recurse", true);
   StopOnMessageHost host(iterator_, "Searching for Folders...");
   iterator_.AttachHost(&host);
-  try {
-    iterator_.Execute();
-    ADD_FAILURE() << "no EIteratorException";
-  } catch (const EIteratorException& e) {
-    EXPECT_STREQ(e.what(), "Stopping folder search.");
-  }
+  EXPECT_EQ(MessageOf<EIteratorException>([&] { iterator_.Execute(); }), "Stopping folder search.");
 }
 
 TEST_F(FolderIteratorTest, ValidationAndExpansionFailures) {

@@ -52,12 +52,8 @@ TEST_F(IniFileIteratorTest, MissingVariablesAndUnreadableFilesFailTheLoop) {
                 {"Variable", "Both Name variable and Values variable has not been set", 0}}));
   Set(iterator_, "ValueVariable", std::string("V"));
   Set(iterator_, "IniFilename", dir_.path());
-  try {
-    host_.Run(iterator_);
-    ADD_FAILURE() << "no exception";
-  } catch (const EIteratorException& e) {
-    EXPECT_STREQ(e.what(), "Failed to populate list from Ini file.");
-  }
+  EXPECT_EQ(MessageOf<EIteratorException>([&] { host_.Run(iterator_); }),
+            "Failed to populate list from Ini file.");
   EXPECT_EQ(host_.Texts(stError), std::vector<std::string>{dir_.path() + ": Is a directory"});
 }
 

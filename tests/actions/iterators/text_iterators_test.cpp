@@ -1,5 +1,7 @@
 // The File Contents and List iterators, driven as the build runner drives
 // a loop.
+#include <tuple>
+
 #include "actions/iterators/list_iterator.h"
 #include "actions/iterators/read_text_file_iterator.h"
 #include "tests/actions/iterators/iterator_fixture.h"
@@ -37,13 +39,7 @@ TEST_F(TextIteratorsTest, FileContentsIteratorGivesEachLine) {
 }
 
 TEST_F(TextIteratorsTest, ListIteratorSplitsAtItsSeparator) {
-  struct Row {
-    Items list;
-    TBVListSeparator separator;
-    const char* separator_char;
-    bool skip_blank;
-    Items items;
-  } rows[] = {
+  const std::tuple<Items, TBVListSeparator, const char*, bool, Items> rows[] = {
       {{"a,b,,c"}, lsCharacter, ",", true, {"a", "b", "c"}},
       {{"a,b,,c"}, lsCharacter, ",", false, {"a", "b", "", "c"}},
       {{"a::b::::::c::"}, lsCharacter, "::", true, {"a", "b", "c"}},
@@ -54,15 +50,15 @@ TEST_F(TextIteratorsTest, ListIteratorSplitsAtItsSeparator) {
       {{}, lsCRLF, "", true, {}},
   };
   host_.Define("X", Variant("x1"));
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.items.size());
+  for (const auto& [list, separator, separator_char, skip_blank, items] : rows) {
+    SCOPED_TRACE(items.size());
     TBVListIterator iterator;
-    Set(iterator, "ListOfItems", row.list);
-    Set(iterator, "ListSeparator", int64_t{row.separator});
-    Set(iterator, "SeparatorChar", std::string(row.separator_char));
-    Set(iterator, "SkipBlankLines", row.skip_blank);
-    EXPECT_EQ(RunLoop(iterator), row.items);
-    EXPECT_EQ(host_.Texts(stInfo).back(), "Found " + std::to_string(row.items.size()) + " Items");
+    Set(iterator, "ListOfItems", list);
+    Set(iterator, "ListSeparator", int64_t{separator});
+    Set(iterator, "SeparatorChar", std::string(separator_char));
+    Set(iterator, "SkipBlankLines", skip_blank);
+    EXPECT_EQ(RunLoop(iterator), items);
+    EXPECT_EQ(host_.Texts(stInfo).back(), "Found " + std::to_string(items.size()) + " Items");
   }
 }
 

@@ -1,6 +1,7 @@
 #include "actions/text/create_text_file_action.h"
 
 #include <fstream>
+#include <tuple>
 
 #include "tests/support/action_test.h"
 
@@ -13,24 +14,21 @@ class CreateTextFileActionTest : public ActionTest {
 };
 
 TEST_F(CreateTextFileActionTest, WritesEachEncodingWithItsMark) {
-  struct Case {
-    int64_t encoding;
-    std::string bytes;
-  } cases[] = {
+  const std::tuple<int64_t, std::string> cases[] = {
       {0, "h\xC3\xA9"},
       {1, "\xEF\xBB\xBFh\xC3\xA9"},
       {2, std::string("\xFF\xFEh\0\xE9\0", 6)},
       {3, std::string("\xFE\xFF\0h\0\xE9", 6)},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.encoding);
+  for (const auto& [encoding, bytes] : cases) {
+    SCOPED_TRACE(encoding);
     TBVCreateTextFileAction action;
     Set(action, "NewFileName", Path("out.txt"));
     Set(action, "FileContents", std::string("h\xC3\xA9"));
     Set(action, "OverwriteExisting", true);
-    Set(action, "Encoding", c.encoding);
+    Set(action, "Encoding", encoding);
     ASSERT_TRUE(host_.Run(action));
-    EXPECT_EQ(ReadBytes(Path("out.txt")), c.bytes);
+    EXPECT_EQ(ReadBytes(Path("out.txt")), bytes);
   }
 }
 
@@ -55,16 +53,14 @@ TEST_F(CreateTextFileActionTest, ExistingFileIsKeptWithoutOverwrite) {
   EXPECT_EQ(ReadBytes(Path("keep.txt")), "old");
 }
 
-TEST_F(CreateTextFileActionTest, FailedWriteReportsTheSystemReason) {
+TEST_F(CreateTextFileActionTest, FailedWritesAndUnknownReferencesWriteNothing) {
   WriteBytes(Path("plain"), "x");
   Set(action_, "NewFileName", Path("plain/sub.txt"));
   Set(action_, "CreateDirectory", false);
   EXPECT_FALSE(host_.Run(action_));
   EXPECT_EQ(host_.Texts(stError),
             std::vector<std::string>{"File creation failed: Not a directory"});
-}
 
-TEST_F(CreateTextFileActionTest, UnknownReferenceStopsBeforeWriting) {
   Set(action_, "NewFileName", Path("x.txt"));
   Set(action_, "FileContents", std::string("%NOPE%"));
   EXPECT_FALSE(host_.Run(action_));

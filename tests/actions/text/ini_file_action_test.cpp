@@ -1,6 +1,7 @@
 #include "actions/text/ini_file_action.h"
 
 #include <filesystem>
+#include <tuple>
 
 #include "package/ini_file.h"
 #include "tests/support/action_test.h"
@@ -41,33 +42,22 @@ class IniFileActionTest : public ActionTest {
 };
 
 TEST_F(IniFileActionTest, ReadsTypedValuesAndDefaults) {
-  struct Case {
-    const char* name;
-    TIniValueType type;
-    const char* default_value;
-    const char* expected;
-  } cases[] = {
+  const std::tuple<const char*, TIniValueType, const char*, const char*> cases[] = {
       {"name", vtString, "", "v"},       {"missing", vtString, "d", "d"},
       {"Hex", vtInteger, "0", "16"},     {"missing", vtInteger, "-4", "-4"},
       {"Yes", vtBool, "false", "False"}, {"Yes", vtBool, "TRUE ", "True"},
       {"Two", vtBool, "false", "True"},  {"Zero", vtBool, "true", "False"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.name) + " " + c.default_value);
-    ASSERT_TRUE(Read(" main ", c.name, c.type, c.default_value))
-        << ::testing::PrintToString(Errors());
-    EXPECT_EQ(host_.VariableText("Out"), c.expected);
-    EXPECT_EQ(host_.Texts(stInfo).back(), std::string("New Value : ") + c.expected);
+  for (const auto& [name, type, default_value, expected] : cases) {
+    SCOPED_TRACE(std::string(name) + " " + default_value);
+    ASSERT_TRUE(Read(" main ", name, type, default_value)) << ::testing::PrintToString(Errors());
+    EXPECT_EQ(host_.VariableText("Out"), expected);
+    EXPECT_EQ(host_.Texts(stInfo).back(), std::string("New Value : ") + expected);
   }
 }
 
 TEST_F(IniFileActionTest, ReadRefusesWhatTheTypeCannotUse) {
-  struct Case {
-    const char* section;
-    TIniValueType type;
-    const char* default_value;
-    std::vector<std::string> errors;
-  } cases[] = {
+  const std::tuple<const char*, TIniValueType, const char*, std::vector<std::string>> cases[] = {
       // clang-format off
       {"Main", vtInteger, "",
        {"Default Value :  : is not an integer and the Value Type is Integer"}},
@@ -79,11 +69,11 @@ TEST_F(IniFileActionTest, ReadRefusesWhatTheTypeCannotUse) {
        {"Unable to Read from Section : %Nope%", "Variable \"Nope\" is not defined"}},
       // clang-format on
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.default_value);
+  for (const auto& [section, type, default_value, errors] : cases) {
+    SCOPED_TRACE(default_value);
     host_.messages.clear();
-    EXPECT_FALSE(Read(c.section, "Hex", c.type, c.default_value));
-    EXPECT_EQ(Errors(), c.errors);
+    EXPECT_FALSE(Read(section, "Hex", type, default_value));
+    EXPECT_EQ(Errors(), errors);
   }
 }
 
@@ -112,12 +102,8 @@ TEST_F(IniFileActionTest, ExpandsTheValueReadOnlyForStrings) {
 }
 
 TEST_F(IniFileActionTest, WritesTypedValuesAndRefusesBadOnes) {
-  struct Case {
-    const char* value;
-    TIniValueType type;
-    const char* stored;  // nullptr: refused
-    std::vector<std::string> errors;
-  } cases[] = {
+  // stored: nullptr: refused
+  const std::tuple<const char*, TIniValueType, const char*, std::vector<std::string>> cases[] = {
       // clang-format off
       {"x y", vtString, "x y", {}},
       {"42", vtInteger, "42", {}},
@@ -129,13 +115,13 @@ TEST_F(IniFileActionTest, WritesTypedValuesAndRefusesBadOnes) {
        {"Unable to Write to Ini File : " + Path("a.ini"), "'yes' is not a valid boolean value"}},
       // clang-format on
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.value);
+  for (const auto& [value, type, stored, errors] : cases) {
+    SCOPED_TRACE(value);
     host_.messages.clear();
-    EXPECT_EQ(Write(Path("a.ini"), c.value, c.type), c.stored != nullptr);
-    EXPECT_EQ(Errors(), c.errors);
-    if (c.stored) {
-      EXPECT_EQ(TIniFile(Path("a.ini")).ReadString("Main", "Name", ""), c.stored);
+    EXPECT_EQ(Write(Path("a.ini"), value, type), stored != nullptr);
+    EXPECT_EQ(Errors(), errors);
+    if (stored) {
+      EXPECT_EQ(TIniFile(Path("a.ini")).ReadString("Main", "Name", ""), stored);
     }
   }
 }

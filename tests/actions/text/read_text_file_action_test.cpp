@@ -1,5 +1,7 @@
 #include "actions/text/read_text_file_action.h"
 
+#include <tuple>
+
 #include "package/exceptions.h"
 #include "tests/support/action_test.h"
 
@@ -19,18 +21,15 @@ class ReadTextFileActionTest : public ActionTest {
 };
 
 TEST_F(ReadTextFileActionTest, ReadsEveryEncodingByItsMark) {
-  struct Case {
-    const char* name;
-    std::string bytes;
-  } cases[] = {
+  const std::tuple<const char*, std::string> cases[] = {
       {"ansi", "h\xC3\xA9"},
       {"utf8", "\xEF\xBB\xBFh\xC3\xA9"},
       {"utf16le", std::string("\xFF\xFEh\0\xE9\0", 6)},
       {"utf16be", std::string("\xFE\xFF\0h\0\xE9", 6)},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    WriteBytes(Path("in.txt"), c.bytes);
+  for (const auto& [name, bytes] : cases) {
+    SCOPED_TRACE(name);
+    WriteBytes(Path("in.txt"), bytes);
     ASSERT_TRUE(Read("in.txt"));
     EXPECT_EQ(host_.VariableText("TEXT"), "h\xC3\xA9");
   }
@@ -41,7 +40,8 @@ TEST_F(ReadTextFileActionTest, EscapesReferenceMarkersAndDropsNuls) {
   WriteBytes(Path("in.txt"), std::string("50%\0 $(X)", 9));
   ASSERT_TRUE(Read("in.txt"));
   EXPECT_EQ(host_.VariableText("TEXT"), "50%% $$(X)");
-  EXPECT_EQ(host_.Texts(stInfo), (std::vector<std::string>{"Reading file...", "Escaping variables..."}));
+  EXPECT_EQ(host_.Texts(stInfo),
+            (std::vector<std::string>{"Reading file...", "Escaping variables..."}));
   ASSERT_TRUE(Read("in.txt", /*escape=*/false));
   EXPECT_EQ(host_.VariableText("TEXT"), "50% $(X)");
 }
@@ -50,7 +50,9 @@ TEST_F(ReadTextFileActionTest, MissingAndUndecodableFilesFail) {
   EXPECT_FALSE(Read("missing.txt"));
   EXPECT_EQ(host_.Texts(stError),
             std::vector<std::string>{"ERROR - File does not exists: " + Path("missing.txt")});
-  WriteBytes(Path("odd.txt"), std::string("\xFF\xFE" "a", 3));
+  WriteBytes(Path("odd.txt"), std::string("\xFF\xFE"
+                                          "a",
+                                          3));
   EXPECT_FALSE(Read("odd.txt"));
   EXPECT_EQ(host_.Texts(stError).at(1), "Failed to read from text file:");
   EXPECT_EQ(host_.Texts(stError).size(), 3u);
@@ -80,12 +82,6 @@ TEST_F(ReadTextFileActionTest, FailingScriptFailsTheAction) {
   EXPECT_FALSE(Read("in.txt"));
   EXPECT_EQ(host_.Texts(stError), (std::vector<std::string>{"Failed to read from text file:",
                                                             "ReferenceError: x is not defined"}));
-}
-
-TEST(SplitLines, LineBreaksOfEveryKind) {
-  EXPECT_EQ(SplitLines(""), std::vector<std::string>{});
-  EXPECT_EQ(SplitLines("a"), std::vector<std::string>{"a"});
-  EXPECT_EQ(SplitLines("a\r\n\r\nb\rc\n"), (std::vector<std::string>{"a", "", "b", "c"}));
 }
 
 }  // namespace

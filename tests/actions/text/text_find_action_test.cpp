@@ -1,6 +1,7 @@
 #include "actions/text/text_find_action.h"
 
 #include <filesystem>
+#include <tuple>
 
 #include "host/script_engine.h"
 #include "tests/support/action_test.h"
@@ -56,12 +57,7 @@ class TextFindActionTest : public ActionTest {
 };
 
 TEST_F(TextFindActionTest, BuildsThePatternFromTheOptions) {
-  struct Row {
-    const char* search;
-    bool regex, case_sensitive, whole_words, whole_lines, wildcards;
-    const char* pattern;
-    int count;
-  } rows[] = {
+  const std::tuple<const char*, bool, bool, bool, bool, bool, const char*, int> rows[] = {
       {"a.b", false, true, false, false, false, "a\\.b", 1},
       {"cat", false, false, true, false, false, "(?i)\\bcat\\b", 2},
       {"cat", false, true, true, true, false, "\\bcat\\b", 1},
@@ -71,38 +67,34 @@ TEST_F(TextFindActionTest, BuildsThePatternFromTheOptions) {
       {"[ac]+t", true, true, true, false, true, "[ac]+t", 3},
       {"^CAT", true, false, false, false, false, "^CAT", 3},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.pattern);
+  for (const auto& [search, regex, case_sensitive, whole_words, whole_lines, wildcards, pattern,
+                    count] : rows) {
+    SCOPED_TRACE(pattern);
     Clear();
-    Set(action_, "MatchRegExpr", row.regex);
-    Set(action_, "CaseSensitive", row.case_sensitive);
-    Set(action_, "WholeWords", row.whole_words);
-    Set(action_, "WholeLinesOnly", row.whole_lines);
-    Set(action_, "MatchWildcards", row.wildcards);
-    ASSERT_TRUE(FindInVariable("cat\r\nCat axb\r\ncats a.b", row.search));
-    EXPECT_EQ(host_.Texts(stInfo).front(), std::string("Expression to Match is : ") + row.pattern);
-    EXPECT_EQ(host_.Texts(stSuccess).back(), "Found " + std::to_string(row.count) + " matches");
+    Set(action_, "MatchRegExpr", regex);
+    Set(action_, "CaseSensitive", case_sensitive);
+    Set(action_, "WholeWords", whole_words);
+    Set(action_, "WholeLinesOnly", whole_lines);
+    Set(action_, "MatchWildcards", wildcards);
+    ASSERT_TRUE(FindInVariable("cat\r\nCat axb\r\ncats a.b", search));
+    EXPECT_EQ(host_.Texts(stInfo).front(), std::string("Expression to Match is : ") + pattern);
+    EXPECT_EQ(host_.Texts(stSuccess).back(), "Found " + std::to_string(count) + " matches");
   }
 }
 
 TEST_F(TextFindActionTest, ReplacementReferencesNeedSubstituteAndRegex) {
-  struct Row {
-    bool regex, substitute;
-    const char* search;
-    const char* replacement;
-    const char* result;
-  } rows[] = {
+  const std::tuple<bool, bool, const char*, const char*, const char*> rows[] = {
       {false, false, "ab", "[$&]", "x[$&]y"},
       {false, true, "ab", "[$&|${0}|$1]", "x[$&|${0}|$1]y"},
       {true, false, "(a)(b)", "[$2$1]", "x[$2$1]y"},
       {true, true, "(a)(b)", "[$2$1|${1}|$&|${&}|\\$1|$7]", "x[ba|a|ab|ab|$1|$7]y"},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.replacement);
-    Set(action_, "MatchRegExpr", row.regex);
-    Set(action_, "Substitute", row.substitute);
-    ASSERT_TRUE(FindInVariable("xaby", row.search, row.replacement));
-    EXPECT_EQ(host_.VariableText("OUT"), row.result);
+  for (const auto& [regex, substitute, search, replacement, result] : rows) {
+    SCOPED_TRACE(replacement);
+    Set(action_, "MatchRegExpr", regex);
+    Set(action_, "Substitute", substitute);
+    ASSERT_TRUE(FindInVariable("xaby", search, replacement));
+    EXPECT_EQ(host_.VariableText("OUT"), result);
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 
 #include "tests/support/action_test.h"
 #include "tests/support/unprivileged.h"
@@ -23,43 +24,35 @@ class WriteToTextFileActionTest : public ActionTest {
   const std::string utf16le_ = std::string("\xFF\xFE" "a\0b\0", 6);
 };
 
-TEST_F(WriteToTextFileActionTest, AppendKeepsTheFilesEncoding) {
-  struct Case {
-    const char* name;
-    std::string before;
-    std::string after;
-  } cases[] = {
+TEST_F(WriteToTextFileActionTest, AppendKeepsTheFilesEncodingOrTakesTheChosenOne) {
+  const std::tuple<const char*, std::string, std::string> cases[] = {
       {"ansi", "ab", "ab\r\nc"},
       {"utf8", "\xEF\xBB\xBF" "ab", "\xEF\xBB\xBF" "ab\r\nc"},
       {"utf16le", std::string("\xFF\xFE" "a\0b\0", 6), std::string("\xFF\xFE" "a\0b\0\r\0\n\0c\0", 12)},
       {"utf16be", std::string("\xFE\xFF\0a\0b", 6), std::string("\xFE\xFF\0a\0b\0\r\0\n\0c", 12)},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    WriteBytes(Path("f.txt"), c.before);
+  for (const auto& [name, before, after] : cases) {
+    SCOPED_TRACE(name);
+    WriteBytes(Path("f.txt"), before);
     // The chosen encoding is ignored for a file that has text already.
     ASSERT_TRUE(Write("f.txt", "c", toEnd, /*encoding=*/1));
-    EXPECT_EQ(ReadBytes(Path("f.txt")), c.after);
+    EXPECT_EQ(ReadBytes(Path("f.txt")), after);
   }
   EXPECT_EQ(host_.Texts(stSuccess).back(), "Written new content to end of text file " + Path("f.txt"));
-}
 
-TEST_F(WriteToTextFileActionTest, AppendToEmptyFileUsesTheChosenEncodingWithoutMark) {
   WriteBytes(Path("empty.txt"), "");
   ASSERT_TRUE(Write("empty.txt", "hi", toEnd, /*encoding=*/2));
   EXPECT_EQ(ReadBytes(Path("empty.txt")), std::string("h\0i\0", 4));
 }
 
-TEST_F(WriteToTextFileActionTest, PrependWritesMarkNewTextThenOldText) {
+TEST_F(WriteToTextFileActionTest, PrependWritesMarkNewTextThenOldTextThroughAFreeName) {
   WriteBytes(Path("f.txt"), utf16le_);
   ASSERT_TRUE(Write("f.txt", "z", toStart));
   EXPECT_EQ(ReadBytes(Path("f.txt")), std::string("\xFF\xFE" "z\0\r\0\n\0a\0b\0", 12));
   EXPECT_FALSE(std::ifstream(Path("f.temp0")).good()) << "temporary file left behind";
   EXPECT_EQ(host_.Texts(stSuccess).back(),
             "Written new content to beginning of text file " + Path("f.txt"));
-}
 
-TEST_F(WriteToTextFileActionTest, PrependSkipsTakenTemporaryNames) {
   WriteBytes(Path("f.txt"), "old");
   WriteBytes(Path("f.temp0"), "someone else's");
   ASSERT_TRUE(Write("f.txt", "new", toStart));

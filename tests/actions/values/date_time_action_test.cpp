@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "package/date_time.h"
 #include "tests/support/action_test.h"
 #include "tests/support/test_host.h"
@@ -38,29 +40,20 @@ TEST_F(DateTimeActionTest, DefaultIsTodayAsDayMonthYear) {
 }
 
 TEST_F(DateTimeActionTest, ForcedSeparatorsAreWrittenLiterally) {
-  struct Case {
-    const char* format;
-    const char* expected;
-  } cases[] = {
+  const std::tuple<const char*, const char*> cases[] = {
       {"dd/mm/yyyy hh:nn", "31/03/2009 14:05"},
       {"dd'/'mm\"/\"yy hh':'nn", "31/03/09 14:05"},
       {"yyyy-mm-dd", "2009-03-31"},
   };
   Set(action_, "ForceSeparators", true);
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.format);
-    EXPECT_EQ(Format(c.format), c.expected);
+  for (const auto& [format, expected] : cases) {
+    SCOPED_TRACE(format);
+    EXPECT_EQ(Format(format), expected);
   }
 }
 
 TEST_F(DateTimeActionTest, ManipulationMovesTheDateAndIsLogged) {
-  struct Case {
-    const char* type;
-    const char* unit;
-    const char* value;
-    const char* expected;
-    const char* log;
-  } cases[] = {
+  const std::tuple<const char*, const char*, const char*, const char*, const char*> cases[] = {
       {"Subtract", "Months", "1", "2009-02-28 14:05:09", "Subtracted 1 months"},
       {"Add", "Days", "1", "2009-04-01 14:05:09", "Added 1 days"},
       {"Add", "Weeks", "-2", "2009-03-17 14:05:09", "Added -2 weeks"},
@@ -71,18 +64,18 @@ TEST_F(DateTimeActionTest, ManipulationMovesTheDateAndIsLogged) {
   };
   host_.Define("N", Variant(int64_t{10}));
   Set(action_, "ForceSeparators", true);
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.type) + " " + c.value + " " + c.unit);
+  for (const auto& [type, unit_text, value, expected, log] : cases) {
+    SCOPED_TRACE(std::string(type) + " " + value + " " + unit_text);
     host_.messages.clear();
-    Set(action_, "ManipulationType", int64_t{std::string(c.type) == "Subtract"});
+    Set(action_, "ManipulationType", int64_t{std::string(type) == "Subtract"});
     PropertyValue unit;
     std::string error;
-    ASSERT_TRUE(ParsePropertyValue(*action_.GetPropertyTable().Find("ManipulationUnit"), c.unit,
+    ASSERT_TRUE(ParsePropertyValue(*action_.GetPropertyTable().Find("ManipulationUnit"), unit_text,
                                    &unit, &error));
     Set(action_, "ManipulationUnit", unit);
-    Set(action_, "ManipulationValue", std::string(c.value));
-    EXPECT_EQ(Format("yyyy-mm-dd hh:nn:ss"), c.expected);
-    EXPECT_EQ(host_.Texts(stInfo), std::vector<std::string>{c.log});
+    Set(action_, "ManipulationValue", std::string(value));
+    EXPECT_EQ(Format("yyyy-mm-dd hh:nn:ss"), expected);
+    EXPECT_EQ(host_.Texts(stInfo), std::vector<std::string>{log});
   }
 }
 
@@ -93,29 +86,26 @@ TEST_F(DateTimeActionTest, EmptyManipulationValueLogsNothing) {
 }
 
 TEST_F(DateTimeActionTest, FailuresLeaveTheVariableUnchanged) {
-  struct Case {
-    const char* variable;
-    const char* format;
-    const char* manipulation;
-    const char* error;
-  } cases[] = {
+  const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
       {"D", "ddmmyyyy", "abc",
        "Error converting manipulation value to integer: 'abc' is not a valid integer value"},
       {"MISSING", "ddmmyyyy", "", "Variable : MISSING - does not exist!"},
       {"", "ddmmyyyy", "", "Variable :  - does not exist!"},
       {"D", "   ", "", "A Date Format must be specified!"},
-      {"%NOPE%", "ddmmyyyy", "", "Error Expanding String property (Variable) : Variable \"NOPE\" is not defined"},
-      {"D", "%NOPE%", "", "Error Expanding String property (DateFormat) : Variable \"NOPE\" is not defined"},
+      {"%NOPE%", "ddmmyyyy", "",
+       "Error Expanding String property (Variable) : Variable \"NOPE\" is not defined"},
+      {"D", "%NOPE%", "",
+       "Error Expanding String property (DateFormat) : Variable \"NOPE\" is not defined"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.error);
+  for (const auto& [variable, format, manipulation, error] : cases) {
+    SCOPED_TRACE(error);
     host_.messages.clear();
     host_.Define("D", Variant(std::string("before")));
-    Set(action_, "BVVariable", std::string(c.variable));
-    Set(action_, "DateFormat", std::string(c.format));
-    Set(action_, "ManipulationValue", std::string(c.manipulation));
+    Set(action_, "BVVariable", std::string(variable));
+    Set(action_, "DateFormat", std::string(format));
+    Set(action_, "ManipulationValue", std::string(manipulation));
     EXPECT_FALSE(host_.Run(action_));
-    EXPECT_EQ(host_.Texts(stError), std::vector<std::string>{c.error});
+    EXPECT_EQ(host_.Texts(stError), std::vector<std::string>{error});
     EXPECT_EQ(host_.VariableText("D"), "before");
   }
 }

@@ -1,5 +1,7 @@
 #include "actions/values/sort_action.h"
 
+#include <tuple>
+
 #include "tests/support/action_test.h"
 
 namespace brivant::testing {
@@ -11,12 +13,7 @@ class SortActionTest : public ActionTest {
 };
 
 TEST_F(SortActionTest, SortsInTheChosenOrder) {
-  struct Row {
-    TBVSortMethod method;
-    bool descending, case_sensitive, unique;
-    const char* text;
-    const char* sorted;
-  } rows[] = {
+  const std::tuple<TBVSortMethod, bool, bool, bool, const char*, const char*> rows[] = {
       {smText, false, false, false, "b\nA\na\nB", "A\na\nb\nB"},
       {smText, false, true, false, "b\nA\na\nB", "A\nB\na\nb"},
       {smText, true, false, true, "b\nA\na\nB", "b\nA"},
@@ -24,16 +21,16 @@ TEST_F(SortActionTest, SortsInTheChosenOrder) {
       {smNumeric, false, false, false, "10\n-2\nx\n9.5\n", "-2\n9.5\n10\nx\n"},
       {smNumeric, true, false, true, "1\r\n1.0\r\n3", "3\r\n1"},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.text);
-    host_.Define("L", Variant(row.text));
+  for (const auto& [method, descending, case_sensitive, unique, text, sorted] : rows) {
+    SCOPED_TRACE(text);
+    host_.Define("L", Variant(text));
     Set(action_, "BVVariable", std::string("L"));
-    Set(action_, "SortMethod", int64_t{row.method});
-    Set(action_, "Descending", row.descending);
-    Set(action_, "CaseSensitive", row.case_sensitive);
-    Set(action_, "RemoveDuplicates", row.unique);
+    Set(action_, "SortMethod", int64_t{method});
+    Set(action_, "Descending", descending);
+    Set(action_, "CaseSensitive", case_sensitive);
+    Set(action_, "RemoveDuplicates", unique);
     ASSERT_TRUE(host_.Run(action_));
-    EXPECT_EQ(host_.VariableText("L"), row.sorted);
+    EXPECT_EQ(host_.VariableText("L"), sorted);
   }
 }
 
