@@ -141,14 +141,7 @@ OsResult<std::vector<DirectoryEntry>> OpenDirectory::List() const {
 }
 
 OsError OpenDirectory::DeleteFile(const std::string& name, ReadOnlyFile read_only) const {
-  struct stat existing;
-  if (read_only == ReadOnlyFile::kRefuse &&
-      ::fstatat(fd_, name.c_str(), &existing, AT_SYMLINK_NOFOLLOW) == 0 &&
-      S_ISREG(existing.st_mode) && (existing.st_mode & S_IWUSR) == 0) {
-    return OsError::FromCode(EACCES, path_ + "/" + name);
-  }
-  if (::unlinkat(fd_, name.c_str(), 0) == 0) return {};
-  return OsError::FromCode(errno, path_ + "/" + name);
+  return DeleteFileAt(fd_, name, read_only, path_ + "/" + name);
 }
 
 OsError WalkDirectory(const std::string& root, const WalkVisitor& visit) {

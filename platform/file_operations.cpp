@@ -398,12 +398,12 @@ OsError CopyFileWithProgress(const std::string& source, const std::string& targe
   OsResult<struct stat> source_info = CheckSource(source, input.Get());
   if (!source_info.IsOk()) return source_info.Error();
 
-  // Every copy is written under a temporary name beside its target and
-  // renamed into place only when finished, so that a failed, cancelled or
+  // Every copy is written beside its target, unnamed or under a temporary
+  // name, and put in place only when finished, so that a failed, cancelled or
   // killed copy never leaves a partial file under the target's name, where a
-  // later copy would take it as up to date. The rename refuses to replace,
-  // so a new target, the common case, costs no look beforehand; an existing
-  // one is judged when it is found in the way.
+  // later copy would take it as up to date. Putting it in place refuses to
+  // replace, so a new target, the common case, costs no look beforehand; an
+  // existing one is judged when it is found in the way.
   const struct stat& info = source_info.Value();
   RemoveStaleTemporaries(DirectoryPart(target));
   PartialFile partial;
@@ -418,17 +418,16 @@ OsError CopyFileWithProgress(const std::string& source, const std::string& targe
     if (int error = output.Close()) return OsError::FromCode(error, target);
   }
   int error = partial.Commit(output.Get(), target, IfTargetExists::kFail);
-  if (partial.Unnamed() && error != 0 && error != EEXIST) {
-    // The unnamed file cannot be given a name here; named copies from now on.
-    unnamed_files_usable.store(false, std::memory_order_relaxed);
-    input.Close();
-    return CopyFileWithProgress(source, target, fail_if_exists, progress, cancel);
-  }
   if (partial.Unnamed() && error == 0) {
     if (int close_error = output.Close()) {
       ::unlink(target.c_str());
       return OsError::FromCode(close_error, target);
     }
+  } else if (partial.Unnamed() && error != EEXIST) {
+    // The unnamed file cannot be given a name here; named copies from now on.
+    unnamed_files_usable.store(false, std::memory_order_relaxed);
+    input.Close();
+    return CopyFileWithProgress(source, target, fail_if_exists, progress, cancel);
   }
   if (error != EEXIST || fail_if_exists)
     return error == 0 ? OsError{} : OsError::FromCode(error, target);

@@ -345,13 +345,19 @@ OsError LinkFile(const std::string& existing, const std::string& new_name) {
 }
 
 OsError DeleteFile(const std::string& path, ReadOnlyFile read_only) {
+  return DeleteFileAt(AT_FDCWD, path, read_only, path);
+}
+
+OsError DeleteFileAt(int directory_fd, const std::string& name, ReadOnlyFile read_only,
+                     const std::string& shown_path) {
   struct stat existing;
-  if (read_only == ReadOnlyFile::kRefuse && ::lstat(path.c_str(), &existing) == 0 &&
+  if (read_only == ReadOnlyFile::kRefuse &&
+      ::fstatat(directory_fd, name.c_str(), &existing, AT_SYMLINK_NOFOLLOW) == 0 &&
       IsReadOnlyFile(existing)) {
-    return OsError::FromCode(EACCES, path);
+    return OsError::FromCode(EACCES, shown_path);
   }
-  if (::unlink(path.c_str()) == 0) return {};
-  return OsError::FromCode(errno, path);
+  if (::unlinkat(directory_fd, name.c_str(), 0) == 0) return {};
+  return OsError::FromCode(errno, shown_path);
 }
 
 OsResult<std::string> GetCurrentDirectory() {

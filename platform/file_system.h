@@ -188,6 +188,11 @@ enum class ReadOnlyFile { kRefuse, kDelete };
 /// live outside the tree being cleaned, and its mode must not change.
 [[nodiscard]] OsError DeleteFile(const std::string& path,
                                  ReadOnlyFile read_only = ReadOnlyFile::kRefuse);
+/// DeleteFile of `name` in the directory open as `directory_fd` (AT_FDCWD:
+/// the working directory); errors name `shown_path`. For platform code that
+/// holds a directory open.
+[[nodiscard]] OsError DeleteFileAt(int directory_fd, const std::string& name,
+                                   ReadOnlyFile read_only, const std::string& shown_path);
 
 /// The process's working directory as an absolute path.
 [[nodiscard]] OsResult<std::string> GetCurrentDirectory();

@@ -286,8 +286,8 @@ bool TCustomCopyFilesAction::ProcessFile(const std::string& source, const std::s
   // In a directory this run has just made, the look for an existing target
   // is left to the copy, which refuses to replace one, and made only when the
   // copy finds one there: it saves a lookup per file of a new tree.
-  const bool expect_new = forced_directory_was_new_ && !last_forced_directory_.empty() &&
-                          ExtractFilePath(target) == last_forced_directory_;
+  const bool expect_new =
+      forced_directory_was_new_ && ExtractFilePath(target) == last_forced_directory_;
   if (!expect_new) {
     ExistingTarget verdict = JudgeExistingTarget(source, target);
     if (verdict != ExistingTarget::kProceed) return verdict == ExistingTarget::kSkip;
